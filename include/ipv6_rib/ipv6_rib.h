@@ -1,0 +1,17 @@
+/*
+ * The whole interface of the IPv6 RIB client library.
+ */
+#ifndef IPV6_RIB_IPV6_RIB_H
+#define IPV6_RIB_IPV6_RIB_H
+
+#include <ipv6_rib/batch.h>
+#include <ipv6_rib/batch_route.h>
+#include <ipv6_rib/batch_send.h>
+#include <ipv6_rib/connection.h>
+#include <ipv6_rib/errors.h>
+#include <ipv6_rib/messages.h>
+#include <ipv6_rib/protocol.h>
+#include <ipv6_rib/route.h>
+#include <ipv6_rib/types.h>
+
+#endif

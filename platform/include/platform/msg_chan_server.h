@@ -1,0 +1,83 @@
+/*
+ * Message channel, server side: one thread, one epoll set, many clients; no call blocks.
+ *
+ * A server attaches service names, hands over each whole message, and takes its reply. A client that reads slowly or
+ * sends slowly only delays itself. All functions of one server are called from one thread, but for msg_server_wake().
+ */
+#ifndef PLATFORM_MSG_CHAN_SERVER_H
+#define PLATFORM_MSG_CHAN_SERVER_H
+
+#include <stddef.h>
+#include <stdint.h>
+#include <sys/types.h>
+
+#include <platform/platform.h>
+
+PLATFORM_BEGIN
+
+struct sigevent; /* <signal.h> */
+typedef struct msg_server msg_server_t;
+/* One connected client; valid from connected() until disconnected() returns. */
+typedef struct msg_peer msg_peer_t;
+
+/* Who is at the other end: the kernel's word for the credentials, the peer's own word for the node. */
+typedef struct msg_peer_info {
+    uid_t mpi_uid;
+    gid_t mpi_gid;
+    pid_t mpi_pid;
+    uint32_t mpi_node_id;
+} msg_peer_info_t;
+
+typedef struct msg_server_options {
+    const char *mso_dir;    /* run directory; NULL for the same default as the client side */
+    size_t mso_max_message; /* a client that announces more is disconnected; 0 for 1 MiB */
+    size_t mso_max_reply;   /* largest reply that will be asked for; 0 for 1 MiB */
+    size_t mso_max_clients; /* further clients are refused; 0 for 4096 */
+    uint32_t mso_version;   /* version of the service that clients are told; 0 for 1 */
+} msg_server_options_t;
+
+/* What the server's owner does. A callback may reply, pulse or close any peer. */
+typedef struct msg_server_ops {
+    /* A client has connected on the service of that number (the order of attaching). Returns 0, or an errno value to refuse. */
+    int (*connected)(void *owner, msg_peer_t *peer, unsigned service);
+    /* A whole message; it may be changed in place and is gone when the callback returns. Must reply exactly once or close. */
+    void (*received)(void *owner, msg_peer_t *peer, uint8_t *msg, size_t len);
+    /* The client is gone; the last word about this peer. Not called for refused clients. */
+    void (*disconnected)(void *owner, msg_peer_t *peer);
+} msg_server_ops_t;
+
+/** Creates a server. NULL with errno on failure. Options may be NULL. */
+PLATFORM_API msg_server_t *msg_server_create(const msg_server_options_t *options, const msg_server_ops_t *ops, void *owner);
+/** Closes every client (disconnected() is called for each), removes the socket files, frees the server. NULL is allowed. */
+PLATFORM_API void msg_server_destroy(msg_server_t *server);
+/**
+ * Listens on a service name. Replaces a stale socket file; 0, or -1 with errno (EADDRINUSE: a live server has the name).
+ * Missing directories are created with mode 0755, socket files have mode 0660.
+ */
+PLATFORM_API int msg_server_attach(msg_server_t *server, const char *service);
+/** The pollable descriptor of the server's epoll set, to be hosted by another event loop. */
+PLATFORM_API int msg_server_fd(const msg_server_t *server);
+/** Waits for at most timeout_ms (-1: without end) and serves what is there. 0, or -1 with errno (never EINTR). */
+PLATFORM_API int msg_server_dispatch(msg_server_t *server, int timeout_ms);
+/** Ends a wait in msg_server_dispatch(). Any thread and any signal handler may call. */
+PLATFORM_API void msg_server_wake(msg_server_t *server);
+
+/**
+ * Gives an area to build the reply in, not cleared; valid until the reply is sent. NULL with errno ENOMEM, or EMSGSIZE
+ * above mso_max_reply.
+ */
+PLATFORM_API uint8_t *msg_peer_reply_area(msg_peer_t *peer, size_t room);
+/** Sends the first len bytes of the reply area; what the client does not take at once goes out as it reads. */
+PLATFORM_API int msg_peer_reply(msg_peer_t *peer, size_t len);
+/** Delivers the client's event, never blocking; pulses that wait for a slow event manager are merged. 0, or -1 with errno. */
+PLATFORM_API int msg_peer_pulse(msg_peer_t *peer, const struct sigevent *event, uint64_t value);
+/** Disconnects a client after the running callback; what is queued for it is dropped. */
+PLATFORM_API void msg_peer_close(msg_peer_t *peer);
+PLATFORM_API void msg_peer_info(const msg_peer_t *peer, msg_peer_info_t *info);
+/** A pointer of the owner's, NULL at first. */
+PLATFORM_API void msg_peer_set_datum(msg_peer_t *peer, void *datum);
+PLATFORM_API void *msg_peer_datum(const msg_peer_t *peer);
+
+PLATFORM_END
+
+#endif

@@ -1,0 +1,36 @@
+/*
+ * The RIB server in a thread of this process, for programs that want one of their own: the demo and the system tests.
+ */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+enum class rib_server_role { lone, active, standby };
+
+struct rib_server_options {
+    std::string dir;                              /* run directory of the message channel; empty for the default */
+    rib_server_role role = rib_server_role::lone; /* which service paths it serves: all three, or its own */
+    uint32_t hold_seconds = 120;                  /* how long the routes of a dead client stay */
+    size_t max_clients = 1024;
+    size_t max_tables = 4096;
+    size_t max_routes = 16'000'000;               /* per table */
+    uint32_t msg_version = 0;                     /* update-message format that clients are told */
+};
+
+class rib_embedded_server
+{
+public:
+    /* Serves when it returns. Throws std::system_error: the run directory or a service name is not to be had. */
+    explicit rib_embedded_server(const rib_server_options &options);
+    /* Stops and frees everything. */
+    ~rib_embedded_server();
+    rib_embedded_server(const rib_embedded_server &) = delete;
+    rib_embedded_server &operator=(const rib_embedded_server &) = delete;
+
+private:
+    struct inside;
+    std::unique_ptr<inside> inside_;
+};
