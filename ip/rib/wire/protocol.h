@@ -24,8 +24,8 @@ struct RIB_PACKED rib_result_reply_td {
 
 struct RIB_PACKED rib_protoid_reply_td {
     static constexpr size_t room = 264;
-    errcode result;         // 0
-    rib_protoid_td protoid; // 4, the list follows at 6
+    errcode result;                            // 0
+    rib_protoid_td protoid = RIB_PROTOID_NONE; // 4, the list follows at 6
     using net = rib_net_t<&rib_protoid_reply_td::result, &rib_protoid_reply_td::protoid>;
 };
 static_assert(sizeof(rib_protoid_reply_td) == 6);
@@ -167,9 +167,15 @@ static_assert(sizeof(rib_proto_info_body_td) == 198);
 /* A reply that is the result word alone: no list follows. */
 struct RIB_PACKED rib_bare_reply_td {
     static constexpr size_t room = 4;
-    static constexpr bool no_list = true;
+    static constexpr bool own_list = true;
     errcode result; // 0
     using net = rib_net_t<&rib_bare_reply_td::result>;
+};
+
+struct rib_notify_fib_ug_body_td {
+    static constexpr auto command = RIB_CMD_NOTIFY_FIB_UG;
+    static constexpr size_t align = 4;
+    using reply_td = rib_bare_reply_td;
 };
 
 struct RIB_PACKED rib_free_all_sids_body_td {

@@ -36,6 +36,7 @@ constexpr size_t RIB_ROUTE_ATTR_6_ENTRY = 28;
 
 struct RIB_PACKED rib_route_lookup_reply_td {
     static constexpr size_t room = 221544;
+    static constexpr bool own_list = true;
     errcode result;         // 0
     uint8_t rl_unused_4[4]; // 4, the route follows at 8
     using net = rib_net_t<&rib_route_lookup_reply_td::result>;

@@ -1,0 +1,139 @@
+/*
+ * Decoding of route records in place.
+ */
+#include "route_decode.h"
+
+#include "messages.h"
+
+/* Converts a type-6 attribute; false when it has no entries. */
+static bool convert_attr_6(void *value)
+{
+    auto *attr = static_cast<rib_route_attr_6_td *>(value);
+    rib_to_host(attr);
+    uint8_t *entry = reinterpret_cast<uint8_t *>(attr + 1);
+    for (uint16_t i = 0; i < attr->ra_count; i++, entry += RIB_ROUTE_ATTR_6_ENTRY)
+        rib_swap_field<uint32_t>(entry + RIB_ROUTE_ATTR_6_ENTRY - sizeof(uint32_t));
+    return attr->ra_count != 0;
+}
+
+static void set_attribute(rib_routetype *route, uint16_t type, void *value)
+{
+    const auto counted = [value] { return rib_load<uint16_t>(static_cast<uint8_t *>(value) + sizeof(uint16_t)) != 0; };
+    switch (type) {
+    case RIB_TLV_ROUTE_ATTR_6:
+        if (convert_attr_6(value))
+            route->rt_attr_6 = value;
+        break;
+    case RIB_TLV_ROUTE_ADVERTISERS:
+        if (rib_load<uint32_t>(value) != 0)
+            route->rt_advertisers = static_cast<rib_advertisers *>(value);
+        break;
+    case RIB_TLV_ROUTE_ATTR_8:
+        if (counted())
+            route->rt_attr_8 = value;
+        break;
+    case RIB_TLV_ROUTE_ATTR_9:
+        if (counted())
+            route->rt_attr_9 = value;
+        break;
+    case RIB_TLV_ROUTE_ATTR_10:
+        if (counted())
+            route->rt_attr_10 = value;
+        break;
+    case RIB_TLV_ROUTE_ATTR_11:
+        if (counted())
+            route->rt_attr_11 = value;
+        break;
+    case RIB_TLV_ROUTE_ATTR_15:
+        if (counted())
+            route->rt_attr_15 = value;
+        break;
+    default:
+        break;
+    }
+}
+
+rib_routetype *rib_client_parse_route(rib_tlv_t *tlv, uint8_t **cursor)
+{
+    if (tlv->type != RIB_TLV_ROUTE) {
+        rib_log_fetch_update("Corrupt buffer? - ROUTE TLV \n");
+        return nullptr;
+    }
+    auto *route = reinterpret_cast<rib_routetype *>(tlv + 1);
+    route->rt_advertisers = nullptr;
+    route->rt_attr_6 = route->rt_attr_8 = route->rt_attr_9 = route->rt_attr_10 = route->rt_attr_11 = route->rt_attr_15 = nullptr;
+    while (rib_tlv_t *record = rib_tlv_strip(cursor)) {
+        if (record->type == RIB_TLV_ROUTE_PATH)
+            rib_tlv_handle_delim(cursor);
+        else
+            set_attribute(route, record->type, record + 1);
+    }
+    return route;
+}
+
+rib_routetype *rib_client_next_route(uint8_t **cursor)
+{
+    if (!*cursor)
+        return nullptr;
+    rib_tlv_t *tlv = rib_tlv_strip(cursor);
+    return tlv ? rib_client_parse_route(tlv, cursor) : nullptr;
+}
+
+void rib_client_pass_fetched(uint8_t **cursor)
+{
+    while (rib_tlv_fetch(cursor)) {
+    }
+}
+
+/* Passes over a path's attributes; false at one that the form does not know. */
+static bool pass_attributes(uint8_t **cursor, const rib_path_form *form)
+{
+    while (const rib_tlv_t *attribute = rib_tlv_fetch(cursor))
+        if (!form->knows_attribute(attribute->type))
+            return false;
+    return true;
+}
+
+void rib_client_compact_paths(rib_routetype *route, const rib_path_form *form)
+{
+    rib_routetype_net::swap(route);
+    uint8_t *cursor = reinterpret_cast<uint8_t *>(route->rt_path);
+    for (unsigned i = 0; i < route->rt_path_count; i++) {
+        /* The slot lies at or before the path's own bytes, so a move never harms what is still to be read. */
+        rib_tlv_t *path = i < IPV6_RIB_ROUTE_PATHS ? rib_tlv_fetch(&cursor) : nullptr;
+        if (!path || path->type != RIB_TLV_ROUTE_PATH || path->length != sizeof(rib_pathtype)) {
+            rib_log_fetch_update("Corrupt route, fewer paths than it says");
+            route->rt_path_count = static_cast<uint8_t>(i);
+            return;
+        }
+        rib_pathtype_net::swap(reinterpret_cast<rib_pathtype *>(path + 1));
+        form->move(&route->rt_path[i], path);
+        if (!pass_attributes(&cursor, form)) {
+            rib_log_fetch_update("Unknown path attribute, the paths behind it are left out");
+            route->rt_path_count = static_cast<uint8_t>(i + 1);
+            return;
+        }
+    }
+}
+
+/* Copies the bytes from one field up to another. */
+static void move_part(rib_pathtype *slot, const uint8_t *path, size_t from, size_t to)
+{
+    std::memmove(reinterpret_cast<uint8_t *>(slot) + from, path + from, to - from);
+}
+
+/* In rising order, as the slot may overlap the path. */
+static void move_kept_parts(rib_pathtype *slot, const rib_tlv_t *tlv)
+{
+    const auto *path = reinterpret_cast<const uint8_t *>(tlv + 1);
+    move_part(slot, path, 0, offsetof(rib_pathtype, path_unused_12));
+    move_part(slot, path, offsetof(rib_pathtype, path_nexthop), offsetof(rib_pathtype, path_u32_72));
+    move_part(slot, path, offsetof(rib_pathtype, path_infosource_afi), offsetof(rib_pathtype, path_u16_80));
+    slot->path_u16_80 = 0;
+}
+
+void rib_strip_tlv_from_path(rib_routetype *route)
+{
+    static constexpr rib_path_form fetched = {.move = move_kept_parts, .knows_attribute = [](uint16_t) { return true; }};
+    rib_client_compact_paths(route, &fetched);
+}

@@ -1,0 +1,44 @@
+/*
+ * Route records as received, turned into records of the interface in place: fields are converted where they lie, paths
+ * move down to their slots, attributes are referred to.
+ *
+ * The walks take no end. Received bytes go through rib_route_fits() before anything else reads them.
+ */
+#pragma once
+
+#include <platform/rib_tlv.h>
+
+#include "ip/rib/wire/route_record.h"
+
+/*
+ * Checks one route as received, without changing it: the route record, its paths with their lists, its attributes, and
+ * what the attributes claim to hold. Returns the byte behind its delimiter, or NULL.
+ */
+const uint8_t *rib_route_fits(const uint8_t *begin, const uint8_t *end);
+
+/*
+ * Takes the attributes of the route whose record is tlv, sets the record's attribute pointers, and moves the cursor, which
+ * stands behind the record, behind the route. Its fixed fields stay in network order. NULL, and a message, when tlv is no
+ * route record.
+ */
+rib_routetype *rib_client_parse_route(rib_tlv_t *tlv, uint8_t **cursor);
+/* Takes the route at the cursor; NULL as above, and for a NULL cursor. */
+rib_routetype *rib_client_next_route(uint8_t **cursor);
+
+/* Passes over the rest of a list whose headers are in host order. */
+void rib_client_pass_fetched(uint8_t **cursor);
+
+/*
+ * Converts a parsed record and moves its paths into their slots, in the form of update fetches: of a path the bytes 12 to
+ * 15, 72 to 75 and 82 to 87 are left out, and its word at 80 is cleared. The paths end at a record that is no path: the
+ * path count is set to those before it, and a message tells.
+ */
+void rib_strip_tlv_from_path(rib_routetype *route);
+
+/* What a form of compaction does with one path record that is in host order, and whether it knows a path attribute. */
+struct rib_path_form {
+    void (*move)(rib_pathtype *slot, const rib_tlv_t *path);
+    bool (*knows_attribute)(uint16_t type);
+};
+/* The walk behind every form of compaction. */
+void rib_client_compact_paths(rib_routetype *route, const rib_path_form *form);
