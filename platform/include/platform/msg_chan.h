@@ -37,8 +37,9 @@ typedef void *msg_clinfo_datum_h;
  * @param flags    MSG_CHAN_NOTIFY_DEATH or 0
  * @param reserved 0
  * @param chan     receives the channel id, never 0; written only on success
- * Errors: EINVAL, ENOENT or ECONNREFUSED (no server), EPROTO (the other end speaks another version or no version),
- * ETIMEDOUT, EMFILE, ENFILE, ENOMEM, EACCES.
+ * Errors: EINVAL, ENAMETOOLONG, ENOENT or ECONNREFUSED (no server, or it takes no more clients), EPROTO (the other end
+ * speaks another version or no version), ETIMEDOUT, EMFILE, ENFILE, ENOMEM, EACCES, or the value with which the server
+ * refuses this client.
  */
 PLATFORM_API int msg_chan_connect(const char *service, uint32_t flags, uint32_t reserved, uint32_t *chan);
 
@@ -46,7 +47,7 @@ PLATFORM_API int msg_chan_connect(const char *service, uint32_t flags, uint32_t 
 PLATFORM_API int msg_chan_connect_xversion(const char *service, uint32_t flags, uint32_t reserved, uint32_t *chan,
                                            const msg_chan_version_t *version);
 
-/** Closes a channel. A thread that waits in msg_send() on it gets ECONNRESET. EBADF: no such channel. */
+/** Closes a channel; *chan stays as it is. A thread that waits in msg_send() on it gets ECONNRESET. EBADF: no such channel. */
 PLATFORM_API int msg_chan_disconnect(uint32_t *chan);
 
 /** Gives the connection id of a channel: positive and unique in the process. EBADF: no such channel. */

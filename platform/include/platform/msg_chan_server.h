@@ -21,7 +21,7 @@ typedef struct msg_server msg_server_t;
 typedef struct msg_peer msg_peer_t;
 
 /* Who is at the other end: the kernel's word for the credentials, the peer's own word for the node. */
-typedef struct msg_peer_info {
+typedef struct msg_peer_data {
     uid_t mpi_uid;
     gid_t mpi_gid;
     pid_t mpi_pid;
@@ -40,7 +40,10 @@ typedef struct msg_server_options {
 typedef struct msg_server_ops {
     /* A client has connected on the service of that number (the order of attaching). Returns 0, or an errno value to refuse. */
     int (*connected)(void *owner, msg_peer_t *peer, unsigned service);
-    /* A whole message; it may be changed in place and is gone when the callback returns. Must reply exactly once or close. */
+    /*
+     * A whole message, aligned to 16 bytes; it may be changed in place and is gone when the callback returns. The peer must
+     * get exactly one reply, now or later, or be closed; it is not read from before.
+     */
     void (*received)(void *owner, msg_peer_t *peer, uint8_t *msg, size_t len);
     /* The client is gone; the last word about this peer. Not called for refused clients. */
     void (*disconnected)(void *owner, msg_peer_t *peer);
@@ -51,26 +54,40 @@ PLATFORM_API msg_server_t *msg_server_create(const msg_server_options_t *options
 /** Closes every client (disconnected() is called for each), removes the socket files, frees the server. NULL is allowed. */
 PLATFORM_API void msg_server_destroy(msg_server_t *server);
 /**
- * Listens on a service name. Replaces a stale socket file; 0, or -1 with errno (EADDRINUSE: a live server has the name).
+ * Listens on a service name. Replaces a stale socket file; 0, or -1 with errno (EADDRINUSE: a live server has the name;
+ * EEXIST: what has the name is no socket; EINVAL: no service name; ENAMETOOLONG).
  * Missing directories are created with mode 0755, socket files have mode 0660.
  */
 PLATFORM_API int msg_server_attach(msg_server_t *server, const char *service);
 /** The pollable descriptor of the server's epoll set, to be hosted by another event loop. */
 PLATFORM_API int msg_server_fd(const msg_server_t *server);
-/** Waits for at most timeout_ms (-1: without end) and serves what is there. 0, or -1 with errno (never EINTR). */
+/**
+ * Waits for at most timeout_ms (-1: without end) and serves what is there.
+ * @return 0, also when a signal ended the wait; or -1 with errno
+ */
 PLATFORM_API int msg_server_dispatch(msg_server_t *server, int timeout_ms);
 /** Ends a wait in msg_server_dispatch(). Any thread and any signal handler may call. */
 PLATFORM_API void msg_server_wake(msg_server_t *server);
 
 /**
- * Gives an area to build the reply in, not cleared; valid until the reply is sent. NULL with errno ENOMEM, or EMSGSIZE
- * above mso_max_reply.
+ * Gives an area to build the reply in, not cleared; valid until the reply is sent. NULL with errno ENOMEM, EMSGSIZE above
+ * mso_max_reply, or EINVAL when the peer awaits no reply.
  */
 PLATFORM_API uint8_t *msg_peer_reply_area(msg_peer_t *peer, size_t room);
-/** Sends the first len bytes of the reply area; what the client does not take at once goes out as it reads. */
+/**
+ * Sends the first len bytes of the reply area; what the client does not take at once goes out as it reads.
+ * @return 0, or -1 with errno: EINVAL (no reply is awaited, or the area is shorter than len), ECONNRESET or EPIPE (the
+ *         client is gone; disconnected() follows)
+ */
 PLATFORM_API int msg_peer_reply(msg_peer_t *peer, size_t len);
-/** Delivers the client's event, never blocking; pulses that wait for a slow event manager are merged. 0, or -1 with errno. */
+/**
+ * Delivers the client's event, never blocking. A pulse that finds the event manager full waits and is tried again; equal
+ * ones are merged with it, one for another event or value takes its place.
+ * @return 0, or -1 with errno: EINVAL (no event of ours), ECONNREFUSED (the event manager is gone), ECONNRESET (the client is)
+ */
 PLATFORM_API int msg_peer_pulse(msg_peer_t *peer, const struct sigevent *event, uint64_t value);
+/** 1 when the client has closed its end, even before disconnected() has told so; else 0. */
+PLATFORM_API int msg_peer_gone(const msg_peer_t *peer);
 /** Disconnects a client after the running callback; what is queued for it is dropped. */
 PLATFORM_API void msg_peer_close(msg_peer_t *peer);
 PLATFORM_API void msg_peer_info(const msg_peer_t *peer, msg_peer_info_t *info);

@@ -16,7 +16,7 @@ PLATFORM_BEGIN
 #define TEV_WARNING 4
 
 /* Bounds how often a record is printed: tml_limit lines in each period of 60 seconds, the rest are counted and told with the next
- * line. */
+ * line. Without a limit record, or with a limit of 0, every line is printed. */
 typedef struct tev_msg_limit {
     uint32_t tml_limit;
     uint32_t tml_printed;    /* lines in the running period */

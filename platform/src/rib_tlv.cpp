@@ -1,0 +1,60 @@
+/*
+ * RIB TLV service. Records stand at any address, so a header moves through a local copy.
+ */
+#include <platform/rib_tlv.h>
+
+#include <arpa/inet.h>
+#include <cstring>
+
+static_assert(sizeof(rib_tlv_t) == RIB_TLV_HEADER && offsetof(rib_tlv_t, type) == 4);
+
+int rib_tlv_stamp(uint16_t type, uint16_t length, uint8_t **cursor, size_t *room)
+{
+    const size_t needed = RIB_TLV_HEADER + size_t{length};
+    if (room && *room < needed)
+        return 0;
+    const rib_tlv_t header = {{}, htons(type), htons(length)};
+    memcpy(*cursor, &header, sizeof header);
+    *cursor += sizeof header;
+    if (room)
+        *room -= needed;
+    return 1;
+}
+
+/* The walk over headers in host order: where the record is, or NULL at a delimiter. */
+rib_tlv_t *rib_tlv_fetch(uint8_t **cursor)
+{
+    auto *record = reinterpret_cast<rib_tlv_t *>(*cursor);
+    *cursor += RIB_TLV_HEADER + size_t{record->length};
+    return record->type == 0 && record->length == 0 ? nullptr : record;
+}
+
+rib_tlv_t *rib_tlv_strip(uint8_t **cursor)
+{
+    auto *record = reinterpret_cast<rib_tlv_t *>(*cursor);
+    record->type = ntohs(record->type);
+    record->length = ntohs(record->length);
+    return rib_tlv_fetch(cursor);
+}
+
+void rib_tlv_handle_delim(uint8_t **cursor)
+{
+    while (rib_tlv_strip(cursor))
+        ;
+}
+
+const uint8_t *rib_tlv_list_fits(const uint8_t *begin, const uint8_t *end)
+{
+    while (static_cast<size_t>(end - begin) >= RIB_TLV_HEADER) {
+        rib_tlv_t header;
+        memcpy(&header, begin, sizeof header);
+        begin += sizeof header;
+        if (header.type == 0 && header.length == 0)
+            return begin;
+        const size_t length = ntohs(header.length);
+        if (static_cast<size_t>(end - begin) < length)
+            return nullptr;
+        begin += length;
+    }
+    return nullptr;
+}
