@@ -16,8 +16,8 @@ struct rib_server_options {
     uint32_t hold_seconds = 120;                  /* how long the routes of a dead client stay */
     size_t max_clients = 1024;
     size_t max_tables = 4096;
-    size_t max_routes = 16'000'000;               /* per table */
-    uint32_t msg_version = 0;                     /* update-message format that clients are told */
+    size_t max_routes = 16'000'000; /* per table */
+    uint32_t msg_version = 0;       /* update-message format that clients are told */
 };
 
 class rib_embedded_server

@@ -1,0 +1,48 @@
+/*
+ * Comings and goings of clients, and the choice of who serves a message.
+ */
+#include "server/server.h"
+
+#include <cerrno>
+#include <utility>
+
+#include "server/batch.h"
+#include "server/lifecycle.h"
+#include "server/requests.h"
+
+rib_session *rib_server_connect(rib_server &server, const rib_credentials &credentials)
+{
+    uint32_t &id = server.last_client_id;
+    do
+        ++id;
+    while (id == 0 || id == UINT32_MAX || server.sessions.contains(id));
+    auto session = std::make_unique<rib_session>();
+    session->client_id = id;
+    session->credentials = credentials;
+    return server.sessions.emplace(id, std::move(session)).first->second.get();
+}
+
+void rib_server_disconnect(rib_server &server, rib_session *session)
+{
+    rib_hold_protocols_of(server, session);
+    server.sessions.erase(session->client_id);
+}
+
+size_t rib_reply_result(rib_reply_area area, errcode result)
+{
+    uint8_t *reply = area(sizeof result);
+    if (!reply)
+        return 0;
+    rib_store_net(reply, result);
+    return sizeof result;
+}
+
+size_t rib_server_handle(rib_server &server, rib_session &session, uint8_t *msg, size_t len, rib_reply_area area)
+{
+    const uint32_t type = len >= sizeof type ? rib_load<uint32_t>(msg) : 0;
+    if (type == RIB_MSG_LWM)
+        return rib_serve_request(server, session, msg, len, area);
+    if (type == RIB_MSG_BATCH)
+        return rib_serve_batch(server, session, msg, len, area);
+    return rib_reply_result(area, EBADMSG);
+}

@@ -1,0 +1,34 @@
+/*
+ * A connected client: what the channel knows of it, and how it introduced itself.
+ */
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <sys/types.h>
+
+#include "ip/rib/wire/bind.h"
+
+struct rib_credentials {
+    uid_t uid = 0;
+    gid_t gid = 0;
+    pid_t pid = 0;
+    uint32_t node_id = 0;
+};
+
+struct rib_session {
+    uint32_t client_id = 0;
+    rib_credentials credentials;
+    std::function<bool()> gone; /* whether the client has closed its end already; empty: it has not */
+    bool bound = false;         /* everything below is the client's own word */
+    std::string process;
+    std::string node;
+    bool has_event = false;
+    std::array<uint8_t, RIB_SIGEVENT> event = {};
+    uint64_t pulse_value = 0;
+    uint8_t version = 0;
+    uint16_t option = 0;
+    std::string first_proto_name; /* of its first registration; further instances in a batch belong to it */
+};

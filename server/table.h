@@ -1,0 +1,72 @@
+/*
+ * One table: its prefixes in order, and for each prefix the routes of the protocols, the best one first.
+ */
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include <absl/container/btree_map.h>
+#include <absl/functional/function_ref.h>
+
+#include <ipv6_rib/types.h>
+
+#include "server/prefix.h"
+#include "server/route.h"
+
+enum class rib_change { added, changed, withdrawn };
+
+class rib_table
+{
+public:
+    using tree_td = absl::btree_map<rib_prefix, rib_route_ptr>;
+    using entry_td = tree_td::value_type;
+    using place_td = tree_td::iterator;
+
+    /* The version is shared by all tables, so that it also grows over the life of a table. */
+    rib_table(rib_tableid_td id, uint64_t &version) : id_(id), version_(version), cursor_(tree_.end()) {}
+    rib_table(const rib_table &) = delete;
+    rib_table &operator=(const rib_table &) = delete;
+
+    rib_tableid_td id() const { return id_; }
+    uint64_t version() const { return version_; }
+    size_t prefix_count() const { return tree_.size(); }
+    size_t route_count() const { return route_count_; }
+    uint32_t route_count(rib_protoid_td protoid) const { return counts_[protoid]; }
+
+    /* Lookups give the entry of a prefix, or NULL. The bits of addr behind the length do not count. */
+    const entry_td *exact(const rib_prefix &prefix) const;
+    const entry_td *longest(const rib_prefix &addr, unsigned min_len, unsigned max_len) const;
+    /* The first prefix within the given one, in prefix order, that is longer. */
+    const entry_td *first_longer(const rib_prefix &prefix) const;
+
+    /* Where a prefix stands, end() when it is absent. Costs no search when asked for in prefix order. */
+    place_td locate(const rib_prefix &prefix);
+    place_td end() { return tree_.end(); }
+    static rib_route *route_of(place_td place, rib_protoid_td protoid);
+    /* Takes in a route of a protocol that has none for the prefix; returns where it stands. */
+    place_td add(const rib_prefix &prefix, rib_route_ptr route);
+    /* A route of the place was changed by the caller. */
+    void changed(place_td place, rib_route *route) { table_change(place, rib_change::changed, route); }
+    void withdraw(place_td place, rib_route *route) { table_change(place, rib_change::withdrawn, route); }
+
+    /* Takes away the paths of a protocol for which gone() answers true, and routes that have none left. */
+    void remove_paths(rib_protoid_td protoid, absl::FunctionRef<bool(const rib_path &)> gone);
+    /* Changes the distance of the protocol's routes that have none of their own. */
+    void set_distance(rib_protoid_td protoid, uint8_t distance);
+
+    bool converged = false; /* a convergence marker came */
+
+private:
+    void table_change(place_td place, rib_change change, rib_route *route);
+    /* Runs work on each route of a protocol; what it answers is done: nothing, or the change. */
+    enum class verdict { keep, changed, withdraw };
+    void for_each_route(rib_protoid_td protoid, absl::FunctionRef<verdict(rib_route &)> work);
+
+    rib_tableid_td id_;
+    uint64_t &version_;
+    tree_td tree_;
+    place_td cursor_; /* the first prefix behind the last one asked for, as far as it went in order */
+    std::array<uint32_t, RIB_PROTOID_COUNT> counts_ = {};
+    size_t route_count_ = 0;
+};

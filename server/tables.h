@@ -1,0 +1,32 @@
+/*
+ * All tables of the server, up to a limit. A table comes into being when a protocol opens it.
+ */
+#pragma once
+
+#include <memory>
+
+#include <absl/container/btree_map.h>
+
+#include "server/table.h"
+
+class rib_tables
+{
+public:
+    rib_tables(size_t max_tables, size_t max_routes) : max_tables_(max_tables), max_routes_(max_routes) {}
+
+    /* The table, or NULL. */
+    rib_table *find(rib_tableid_td id) const;
+    /* The same, made when it is missing; NULL when the limit is reached and no table is empty. Empty tables may go. */
+    rib_table *open(rib_tableid_td id);
+    bool full(const rib_table &table) const { return table.route_count() >= max_routes_; }
+    bool has_routes_of(rib_protoid_td protoid) const;
+
+    auto begin() const { return tables_.begin(); }
+    auto end() const { return tables_.end(); }
+
+private:
+    size_t max_tables_;
+    size_t max_routes_;
+    uint64_t version_ = 0;
+    absl::btree_map<rib_tableid_td, std::unique_ptr<rib_table>> tables_;
+};
