@@ -1,0 +1,178 @@
+/*
+ * Internal functions that no exported one shows whole: attribute arrays, the form of paths that update fetches use,
+ * protocol notifications, and the contracts of the layers below the interface.
+ */
+#include <climits>
+#include <cstring>
+#include <memory>
+
+#include "ip/rib/lib/src/rib_addr.h"
+#include "ip/rib/lib/src/rib_lib_api/bind.h"
+#include "ip/rib/lib/src/rib_lib_api/connection.h"
+#include "ip/rib/lib/src/rib_lib_api/locks.h"
+#include "ip/rib/lib/src/rib_lib_api/proto_notif.h"
+#include "ip/rib/lib/src/rib_lib_api/route_decode.h"
+#include "ip/rib/lib/src/rib_lib_api/transport.h"
+#include "ip/rib/lib/src/rib_lib_batch/path.h"
+#include "ip/rib/lib/src/rib_lib_utils.h"
+#include "tests/support/client_test.h"
+
+namespace
+{
+using internal = client_test;
+
+/* An attribute array with room for every value. */
+struct attributes {
+    alignas(8) char bytes[2048] = {};
+    ip_rib_attr_set_array_td *array() { return reinterpret_cast<ip_rib_attr_set_array_td *>(bytes); }
+    int add(unsigned type, const char *value)
+    {
+        return rib_copy_var_attr_set(array(), static_cast<rib_attr_type_t>(type), value);
+    }
+};
+
+struct attribute_case {
+    unsigned type;
+    const char *value;  /* as the caller gives it */
+    const char *length; /* as it stands in the entry, host order */
+    const char *entry;  /* the value of the entry */
+};
+
+TEST_F(internal, attribute_values_by_type)
+{
+    const attribute_case cases[] = {
+        {1, "0200 a1a2 01*8 02*8", "1400", "0200 a1a2 01*8 02*8"},
+        {2, "0200 a1a2 01*8 02*8", "1400", "0200 0000 01*8 02*8"},
+        {3, "11121314", "0400", "11121314"},
+        {4, "02 a1a2a3 21222324 b1*8 01*32 b2*8 b3*8 02*32 b4*8", "5000", "02 000000 21222324 00*8 01*32 02*32"},
+        {5, "05*40", "2800", "05*40"},
+        {6, "06*16", "1000", "06*16"},
+        {7, "07*24", "1800", "07*24"},
+        {9, "09*4", "0400", "09*4"},
+        {10, "0a*24", "1800", "0a*24"},
+        {11, "0b*24", "1800", "0b*24"},
+        {12, "0c*8", "0800", "0c*8"},
+        {13, "a1a2 0100 0d*12", "1000", "0000 0100 0d*12"},
+        {14, "0e*256", "0001", "0e*256"},
+        {15, "0f*168", "a800", "0f*168"},
+        {16, "10", "0100", "10"},
+        {17, "11*4", "0400", "11*4"},
+        {18, "12*24", "1800", "12*24"},
+    };
+    for (const attribute_case &c : cases) {
+        attributes got;
+        const bytes_t value = hex(c.value) + hex("00*64"), expected = hex(c.entry);
+        EXPECT_EQ(got.add(c.type, reinterpret_cast<const char *>(value.data())), 1) << c.type;
+        EXPECT_EQ(got.array()->asa_len, expected.size() + 4) << c.type;
+        const bytes_t head = {static_cast<uint8_t>(c.type), 0};
+        EXPECT_TRUE(same_bytes(bytes_at(got.bytes + 4, expected.size() + 4), head + hex(c.length) + expected)) << c.type;
+    }
+}
+
+TEST_F(internal, attributes_are_kept_once_and_refused_when_unknown)
+{
+    attributes got;
+    const char word[] = "abcd", none[64] = {};
+    EXPECT_EQ(got.add(3, word), 1);
+    EXPECT_EQ(got.add(16, word), 1);
+    EXPECT_EQ(got.add(3, word), 0) << "a second of its type";
+    for (const unsigned refused : {0u, 8u, 19u, 255u})
+        EXPECT_EQ(got.add(refused, word), 0) << refused;
+    for (const unsigned counted : {1u, 2u, 4u})
+        EXPECT_EQ(got.add(counted, none), 1) << "nothing to add";
+    EXPECT_EQ(got.add(5, nullptr), 1) << "nothing to add";
+    EXPECT_EQ(got.array()->asa_len, 8 + 5);
+    EXPECT_DEATH(rib_copy_var_attr_set(nullptr, RIB_ATTR_1, word),
+                 "ip/rib/lib/src/rib_lib_utils:.*Assertion `attr_set_array != \\(\\(void\\*\\)0\\)' failed");
+}
+
+TEST_F(internal, fetched_paths_leave_parts_of_their_slots_alone)
+{
+    auto route = std::make_unique<rib_routetype>();
+    const bytes_t path =
+        hex("01020304 11121314 21222324 a1*4 b1*16 b2*16 31323334 41424344 c1*12 51525354 61626364 c2*4 7172 8182 c3*4");
+    const bytes_t record = hex("000000 02 @128") + hex("00*4 0400 5800") + path + hex("00*4 0c00 0200 ffff 00*8") +
+                           hex("00*4 0400 5800") + path + hex("00*8");
+    std::memcpy(route.get(), record.data(), record.size());
+    rib_strip_tlv_from_path(route.get());
+    EXPECT_EQ(route->rt_path_count, 2);
+    const bytes_t slot = bytes_at(&route->rt_path[0], 88);
+    EXPECT_TRUE(same_bytes(slice(slot, 0, 12), "04030201 14131211 24232221"));
+    EXPECT_TRUE(same_bytes(slice(slot, 16, 56), "b1*16 b2*16 34333231 44434241 c1*12 54535251"));
+    EXPECT_TRUE(same_bytes(slice(slot, 76, 6), "c2*4 0000"));
+    /* What is left out is what stood in the slot before: the path's header and its own earlier bytes, already moved over. */
+    EXPECT_TRUE(same_bytes(slice(slot, 12, 4), "14131211"));
+    EXPECT_FALSE(same_bytes(slice(slot, 72, 4), "64636261"));
+    EXPECT_FALSE(same_bytes(slice(slot, 82, 2), "8281"));
+    EXPECT_TRUE(captured_tev().empty());
+}
+
+TEST_F(internal, notifications_are_kept_in_signed_order)
+{
+    bind();
+    int values[5];
+    const int32_t ids[] = {7, -3, INT32_MIN, INT32_MAX, 0};
+    EXPECT_EQ(rib_client_proto_notif_first(conn), nullptr);
+    for (size_t i = 0; i < 5; i++)
+        EXPECT_EQ(rib_client_proto_notif_add(conn, ids[i], &values[i]), 0);
+    EXPECT_EQ(rib_client_proto_notif_add(conn, -3, &values[0]), EEXIST);
+    EXPECT_EQ(rib_client_proto_notif_find(conn, -3), &values[1]);
+    EXPECT_EQ(rib_client_proto_notif_find(conn, 1), nullptr);
+    EXPECT_EQ(rib_client_proto_notif_find(nullptr, 1), nullptr);
+    for (const size_t next : {2u, 1u, 4u, 0u, 3u}) {
+        EXPECT_EQ(rib_client_proto_notif_first(conn), &values[next]);
+        EXPECT_EQ(rib_client_proto_notif_rem(conn, ids[next]), 0);
+    }
+    EXPECT_EQ(rib_client_proto_notif_rem(conn, 7), 0) << "not there";
+    EXPECT_EQ(conn->proto_notif, nullptr);
+}
+
+TEST_F(internal, the_transport_sends_a_bare_header_and_needs_a_reply)
+{
+    bind();
+    rib_lwm_command_msg msg = {};
+    rib_lwm_res_header reply = {};
+    fake_msg_chan().answer("01020304");
+    EXPECT_EQ(rib_client_lwm_send(conn, RIB_CMD_GET_ROUTES, &msg, 0, &reply, sizeof reply), 0x01020304u);
+    EXPECT_TRUE(same_bytes(only_sent(), "0080a505 00*16 0000001a"));
+    EXPECT_EQ(rib_client_lwm_send(nullptr, RIB_CMD_GET_ROUTES, &msg, 0, &reply, sizeof reply), RIB_LIB_ERR_NO_CONNECTION);
+    EXPECT_DEATH(rib_client_lwm_send_no_lock(conn, RIB_CMD_GET_ROUTES, &msg, 0, nullptr, 0),
+                 "rib_lib_api:.*Assertion `reply != \\(\\(void\\*\\)0\\)' failed");
+}
+
+TEST_F(internal, records_end_with_what_hangs_on_them)
+{
+    bind();
+    EXPECT_EQ(conn->msg_version, 1u);
+    EXPECT_EQ(conn->client_id, 0x00c0ffeeu);
+    rib_client_struct *record = rib_client_struct_allocate(2, 0x0102030405060708);
+    EXPECT_EQ(record->client_id, 0xFFFFFFFFu);
+    EXPECT_EQ(record->client_context, 0x0102030405060708u);
+    record->nh_buff = std::malloc(10);
+    record->redist_buff = std::malloc(10);
+    rib_client_free_client_struct(&record); // a leak fails the sanitizer build
+    EXPECT_EQ(record, nullptr);
+    rib_client_free_client_struct(&record);
+    EXPECT_DEATH(rib_client_free_client_struct(nullptr), "rib_lib_api:.*Assertion `conn' failed");
+}
+
+TEST_F(internal, small_contracts)
+{
+    EXPECT_EQ(rib_client_bind_option("/dev/active_standby"), RIB_BIND_STANDBY);
+    EXPECT_EQ(rib_client_bind_option("/dev/active"), RIB_BIND_ACTIVE);
+    EXPECT_EQ(rib_client_mutex_lock(nullptr), EINVAL);
+    EXPECT_EQ(rib_client_mutex_unlock_inline(nullptr), EINVAL);
+    EXPECT_EQ(rib_client_mutex_only_lock_inline(nullptr), EINVAL);
+    EXPECT_EQ(rib_client_mutex_only_unlock(nullptr), EINVAL);
+    bind();
+    EXPECT_EQ(rib_client_mutex_lock(conn), 0);
+    EXPECT_EQ(rib_client_mutex_only_lock_inline(conn), 0) << "the lock is recursive";
+    EXPECT_EQ(rib_client_mutex_only_unlock(conn), 0);
+    EXPECT_EQ(rib_client_mutex_unlock_inline(conn), 0);
+    rib_batch_add_path_in path;
+    EXPECT_DEATH(rib_batch_buffer_set_path_infosource(nullptr, &path), "rib_lib_batch:.*Assertion `infosource' failed");
+    const in6_addr low = address("01"), high = address("02");
+    EXPECT_LT(rib_cmp_addr(&low, &high), 0);
+    EXPECT_DEATH(rib_cmp_addr(nullptr, &high), "rib_ipv6_addr_public_funcs:.*Assertion");
+}
+} // namespace
