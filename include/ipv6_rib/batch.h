@@ -105,8 +105,8 @@ IPV6_RIB_API void ipv6_rib_batch_proto_buffer_init(rib_batch_buffer *first);
  * Adds a registration of a further instance of the client's protocol. Reads instance_name (NULL for none, at most 38
  * characters), the first byte of word_16, reg_word1 to reg_word4 and reg_word64.
  *
- * @return RIB_BATCH_BUFFER_OK; RIB_BATCH_BUFFER_FULL (added, and the chain has no further room); RIB_BATCH_BUFFER_ERROR
- *         (an argument is NULL, no room, or the name is too long: nothing was added)
+ * @return RIB_BATCH_BUFFER_OK; RIB_BATCH_BUFFER_FULL (the chain is full and this record will not be sent: send, init, and
+ *         add it again); RIB_BATCH_BUFFER_ERROR (an argument is NULL, no room, or the name is too long)
  */
 IPV6_RIB_API rib_batch_buffer_result ipv6_rib_batch_buffer_add_proto(rib_batch_buffer *first, const rib_register_protocol_in *in);
 /** Adds the end of a registration. @param value as for ipv6_rib_protocol_unregister(). Results as above. */

@@ -42,7 +42,8 @@ IPV6_RIB_API int32_t ipv6_rib_bind_active_mevm(struct event_manager *evm, ipv6_r
 IPV6_RIB_API int32_t ipv6_rib_bind_standby_mevm(struct event_manager *evm, ipv6_rib_conn_p *conn);
 
 /**
- * Moves a connection to a fresh channel, for use after operations on it began to fail. The handle stays the same.
+ * Moves a connection to a fresh channel, for use after operations on it began to fail. The handle stays the same; to the
+ * server it is a new client, so protocols are registered again, and get their identifiers and held routes back.
  *
  * @return the new connection id, or -1. When no channel could be opened the old one stays in use; when the server refused
  *         the introduction, the connection has no channel and every operation on it fails until a rebind succeeds.

@@ -78,7 +78,7 @@ static bool is_path_attribute(uint16_t type)
 void ipv6_rib_route_xform(ipv6_routetype *route)
 {
     static constexpr rib_path_form whole = {.move = move_whole, .knows_attribute = is_path_attribute};
-    rib_client_compact_paths(route, &whole);
+    rib_client_compact_paths(route, &whole, reinterpret_cast<const uint8_t *>(route + 1));
 }
 
 void ipv6_rib_route_free(void *route)

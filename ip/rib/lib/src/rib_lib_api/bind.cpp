@@ -25,6 +25,8 @@ static void rib_client_handle_bind_failure(ip_rib_conn_p conn, bool connected)
     const int why = errno;
     if (connected && msg_chan_disconnect(&conn->conn) != 0)
         rib_log_lock("rib_client_handle_bind_failure", "disconnect", errno);
+    if (event_pulse_ptr(&conn->event) == conn)
+        event_pulse_ptr_set(&conn->event, nullptr, 0); // no pulse finds the freed record
     if (const int error = pthread_mutex_destroy(&conn->lock))
         rib_log_lock("rib_client_handle_bind_failure", "destroy", error);
     rib_client_free_client_struct(&conn);

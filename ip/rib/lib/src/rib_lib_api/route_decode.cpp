@@ -79,36 +79,54 @@ rib_routetype *rib_client_next_route(uint8_t **cursor)
     return tlv ? rib_client_parse_route(tlv, cursor) : nullptr;
 }
 
-void rib_client_pass_fetched(uint8_t **cursor)
+/* Takes a record whose header is in host order; false when it passes the end. */
+static bool fetch_within(uint8_t **cursor, const uint8_t *end, rib_tlv_t **record)
 {
-    while (rib_tlv_fetch(cursor)) {
-    }
-}
-
-/* Passes over a path's attributes; false at one that the form does not know. */
-static bool pass_attributes(uint8_t **cursor, const rib_path_form *form)
-{
-    while (const rib_tlv_t *attribute = rib_tlv_fetch(cursor))
-        if (!form->knows_attribute(attribute->type))
+    if (end) {
+        const auto left = end - *cursor;
+        const auto header = static_cast<ptrdiff_t>(RIB_TLV_HEADER_SIZE);
+        if (left < header || left - header < reinterpret_cast<const rib_tlv_t *>(*cursor)->length)
             return false;
+    }
+    *record = rib_tlv_fetch(cursor);
     return true;
 }
 
-void rib_client_compact_paths(rib_routetype *route, const rib_path_form *form)
+/* Takes the path at the cursor; NULL when something else is there. */
+static rib_tlv_t *take_path(uint8_t **cursor, const uint8_t *end)
+{
+    rib_tlv_t *path;
+    if (!fetch_within(cursor, end, &path) || !path)
+        return nullptr;
+    return path->type == RIB_TLV_ROUTE_PATH && path->length == sizeof(rib_pathtype) ? path : nullptr;
+}
+
+/* Passes over a path's attributes; false at one that the form does not know or that passes the end. */
+static bool pass_attributes(uint8_t **cursor, const rib_path_form *form, const uint8_t *end)
+{
+    rib_tlv_t *attribute;
+    do {
+        if (!fetch_within(cursor, end, &attribute))
+            return false;
+    } while (attribute && form->knows_attribute(attribute->type));
+    return !attribute;
+}
+
+void rib_client_compact_paths(rib_routetype *route, const rib_path_form *form, const uint8_t *end)
 {
     rib_routetype_net::swap(route);
     uint8_t *cursor = reinterpret_cast<uint8_t *>(route->rt_path);
     for (unsigned i = 0; i < route->rt_path_count; i++) {
         /* The slot lies at or before the path's own bytes, so a move never harms what is still to be read. */
-        rib_tlv_t *path = i < IPV6_RIB_ROUTE_PATHS ? rib_tlv_fetch(&cursor) : nullptr;
-        if (!path || path->type != RIB_TLV_ROUTE_PATH || path->length != sizeof(rib_pathtype)) {
+        rib_tlv_t *path = i < IPV6_RIB_ROUTE_PATHS ? take_path(&cursor, end) : nullptr;
+        if (!path) {
             rib_log_fetch_update("Corrupt route, fewer paths than it says");
             route->rt_path_count = static_cast<uint8_t>(i);
             return;
         }
         rib_pathtype_net::swap(reinterpret_cast<rib_pathtype *>(path + 1));
         form->move(&route->rt_path[i], path);
-        if (!pass_attributes(&cursor, form)) {
+        if (!pass_attributes(&cursor, form, end)) {
             rib_log_fetch_update("Unknown path attribute, the paths behind it are left out");
             route->rt_path_count = static_cast<uint8_t>(i + 1);
             return;
@@ -135,5 +153,5 @@ static void move_kept_parts(rib_pathtype *slot, const rib_tlv_t *tlv)
 void rib_strip_tlv_from_path(rib_routetype *route)
 {
     static constexpr rib_path_form fetched = {.move = move_kept_parts, .knows_attribute = [](uint16_t) { return true; }};
-    rib_client_compact_paths(route, &fetched);
+    rib_client_compact_paths(route, &fetched, nullptr);
 }

@@ -25,9 +25,6 @@ rib_routetype *rib_client_parse_route(rib_tlv_t *tlv, uint8_t **cursor);
 /* Takes the route at the cursor; NULL as above, and for a NULL cursor. */
 rib_routetype *rib_client_next_route(uint8_t **cursor);
 
-/* Passes over the rest of a list whose headers are in host order. */
-void rib_client_pass_fetched(uint8_t **cursor);
-
 /*
  * Converts a parsed record and moves its paths into their slots, in the form of update fetches: of a path the bytes 12 to
  * 15, 72 to 75 and 82 to 87 are left out, and its word at 80 is cleared. The paths end at a record that is no path: the
@@ -40,5 +37,5 @@ struct rib_path_form {
     void (*move)(rib_pathtype *slot, const rib_tlv_t *path);
     bool (*knows_attribute)(uint16_t type);
 };
-/* The walk behind every form of compaction. */
-void rib_client_compact_paths(rib_routetype *route, const rib_path_form *form);
+/* The walk behind every form of compaction. It reads nothing at or behind end; NULL for a record that rib_route_fits() passed. */
+void rib_client_compact_paths(rib_routetype *route, const rib_path_form *form, const uint8_t *end);

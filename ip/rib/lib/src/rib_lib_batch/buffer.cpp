@@ -67,16 +67,10 @@ void rib_batch_drop_open_path(rib_batch_buffer *buffer)
     *tail = 0;
 }
 
-uint8_t *rib_batch_begin_record(rib_batch_buffer *buffer)
+void rib_batch_forget_table(rib_batch_buffer *buffer)
 {
-    if (rib_batch_over_limit(buffer))
-        return nullptr;
-    rib_batch_drop_open_path(buffer);
-    /* Data were cleared under an open table: the place where it stood is about to be written. */
-    if (buffer->data_len == 0 && rib_batch_is_multi_table(buffer))
+    if (rib_batch_is_multi_table(buffer))
         rib_batch_last_table_done(buffer);
-    buffer->last_rec_off = buffer->data_len;
-    return rib_batch_tail(buffer);
 }
 
 /* A marker is a record of its own, so behind it a cut leaves nothing over unless it crossed the limit itself. */

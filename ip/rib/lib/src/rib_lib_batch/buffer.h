@@ -75,10 +75,24 @@ inline rib_batch_buffer_result rib_batch_advance(rib_batch_buffer *buffer, size_
     return rib_batch_fullness(buffer);
 }
 
+/* A path is open behind the data: it is taken off its route. */
+void rib_batch_drop_open_path(rib_batch_buffer *buffer);
+/* The data were cleared under an open table, and the place where it stood is about to be written. */
+void rib_batch_forget_table(rib_batch_buffer *buffer);
+
 /*
  * Begins a route, table, marker or protocol record; NULL when the buffer is over its limit. A path that was opened and
  * never finished is taken off its route.
  */
-uint8_t *rib_batch_begin_record(rib_batch_buffer *buffer);
-/* Takes an open path off its route. */
-void rib_batch_drop_open_path(rib_batch_buffer *buffer);
+inline uint8_t *rib_batch_begin_record(rib_batch_buffer *buffer)
+{
+    if (rib_batch_over_limit(buffer))
+        return nullptr;
+    uint8_t *const tail = rib_batch_tail(buffer);
+    if (*tail != 0)
+        rib_batch_drop_open_path(buffer);
+    if (buffer->data_len == 0)
+        rib_batch_forget_table(buffer);
+    buffer->last_rec_off = buffer->data_len;
+    return tail;
+}

@@ -1,0 +1,150 @@
+/*
+ * Library, ribd and ribctl as processes of their own: loading over two processes, and what breaks on the way.
+ */
+#include "system_test.h"
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sys/stat.h>
+#include <thread>
+
+namespace
+{
+class processes : public ::testing::Test
+{
+protected:
+    run_dir dir;
+
+    finished ribctl(std::vector<std::string> words) const
+    {
+        words.insert(words.begin(), {ribctl_program(), "--dir", dir.path()});
+        return run(words);
+    }
+};
+
+TEST_F(processes, a_generated_table_is_loaded_verified_and_kept)
+{
+    child_process ribd = start_ribd(dir);
+    ASSERT_TRUE(ribd.await_line("ready"));
+    const std::string table = dir.path() + "/table.txt";
+    ASSERT_EQ(ribctl({"generate", "20000", "-o", table}).status, 0);
+    const finished load = ribctl({"load", table, "--verify"});
+    EXPECT_EQ(load.status, 0) << load.output;
+    std::ifstream lines(table);
+    std::string prefix, nexthop;
+    lines >> prefix >> nexthop;
+    const finished lookup = ribctl({"lookup", prefix, "--exact"});
+    EXPECT_EQ(lookup.status, 0);
+    EXPECT_NE(lookup.output.find(nexthop), std::string::npos) << lookup.output;
+    EXPECT_NE(ribctl({"status"}).output.find("20000"), std::string::npos);
+    EXPECT_NE(ribctl({"protocols"}).output.find("static"), std::string::npos);
+    ribd.signal(SIGTERM);
+    EXPECT_EQ(ribd.wait(), 0);
+}
+
+TEST_F(processes, an_active_and_a_standby_server_live_side_by_side)
+{
+    child_process active = start_ribd(dir, {"--role", "active"});
+    child_process standby = start_ribd(dir, {"--role", "standby"});
+    ASSERT_TRUE(active.await_line("ready"));
+    ASSERT_TRUE(standby.await_line("ready"));
+    test_client on_active("static", ipv6_rib_bind_active), on_standby("static", ipv6_rib_bind_standby);
+    on_active.add(addr("2001:db8::"), 32, addr("fe80::1"));
+    EXPECT_EQ(on_active.send(), 1);
+    EXPECT_EQ(on_active.prefixes(), 1u);
+    EXPECT_EQ(on_standby.prefixes(), 0u);
+}
+
+TEST_F(processes, a_second_server_of_the_same_name_is_refused)
+{
+    child_process first = start_ribd(dir);
+    ASSERT_TRUE(first.await_line("ready"));
+    const finished second = run({ribd_program(), "--dir", dir.path()});
+    EXPECT_NE(second.status, 0);
+    EXPECT_NE(second.output.find("ribd: "), std::string::npos);
+}
+
+TEST_F(processes, without_a_server_everything_says_so_at_once)
+{
+    const auto before = std::chrono::steady_clock::now();
+    ipv6_rib_conn_p conn = nullptr;
+    EXPECT_EQ(ipv6_rib_bind(&conn), -1);
+    EXPECT_EQ(conn, nullptr);
+    const finished status = ribctl({"status"});
+    EXPECT_EQ(status.status, 1);
+    EXPECT_NE(status.output.find("cannot reach the RIB server"), std::string::npos) << status.output;
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(2));
+}
+
+TEST_F(processes, a_path_that_is_no_socket_fails_the_bind)
+{
+    child_process ribd = start_ribd(dir);
+    ASSERT_TRUE(ribd.await_line("ready"));
+    ribd.signal(SIGKILL);
+    ribd.wait();
+    ipv6_rib_conn_p conn = nullptr;
+    EXPECT_EQ(ipv6_rib_bind(&conn), -1) << "a socket that nobody serves";
+    for (const auto &file : std::filesystem::directory_iterator(dir.path())) {
+        std::filesystem::remove(file);
+        std::ofstream(file.path()) << "no socket";
+    }
+    EXPECT_EQ(ipv6_rib_bind(&conn), -1);
+    EXPECT_EQ(conn, nullptr);
+}
+
+TEST_F(processes, a_server_that_dies_fails_the_batch_and_a_rebind_recovers)
+{
+    child_process ribd = start_ribd(dir);
+    ASSERT_TRUE(ribd.await_line("ready"));
+    test_client client;
+    const auto fill = [&] {
+        for (uint32_t i = 0; ipv6_rib_batch_buffer_route_fits(client.buffer, 1); i++)
+            client.add(numbered_prefix(i), 48, addr("fe80::1"));
+    };
+    fill();
+    ribd.signal(SIGSTOP); // the message stays unanswered until the server dies
+    std::thread killer([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        ribd.signal(SIGKILL);
+    });
+    EXPECT_EQ(ipv6_rib_batch_buffer_send(client.conn, client.buffer, client.reply), RIB_RESULT_RPC_ERROR);
+    killer.join();
+    ribd.wait();
+    EXPECT_EQ(ipv6_rib_batch_buffer_is_empty(client.buffer), 1);
+    EXPECT_EQ(ipv6_rib_batch_args_out_first_route(client.reply), nullptr);
+    EXPECT_NE(ipv6_rib_update_complete(client.conn, client.protoid, 0), 0u);
+    EXPECT_EQ(ipv6_rib_rebind(client.conn), -1) << "nobody there yet";
+
+    child_process next = start_ribd(dir);
+    ASSERT_TRUE(next.await_line("ready"));
+    ASSERT_GT(ipv6_rib_rebind(client.conn), 0);
+    errcode err;
+    client.protoid = ipv6_rib_register_protocol(client.conn, "static", "test", 0, 0, 0, 0, &err);
+    ipv6_rib_batch_buffer_init(client.buffer, IPV6_RIB_TABLE_DEFAULT, client.protoid);
+    fill();
+    EXPECT_EQ(client.send(), 1);
+    EXPECT_GT(client.prefixes(), 800u);
+}
+
+TEST_F(processes, bad_lines_are_told_and_the_rest_is_loaded)
+{
+    child_process ribd = start_ribd(dir);
+    ASSERT_TRUE(ribd.await_line("ready"));
+    const std::string table = dir.path() + "/bad.txt";
+    std::ofstream(table) << "2001:db8::/32 fe80::1\nnonsense\n2001:db8::/129 fe80::1\n2001:db8:1::/48 fe80::1\n";
+    const finished load = ribctl({"load", table});
+    EXPECT_EQ(load.status, 2) << load.output;
+    EXPECT_NE(load.output.find("line 2"), std::string::npos) << load.output;
+    EXPECT_NE(load.output.find("line 3"), std::string::npos) << load.output;
+    test_client client("other");
+    EXPECT_EQ(client.prefixes(), 2u);
+}
+
+TEST_F(processes, the_demo_succeeds)
+{
+    const finished demo = run({ribctl_program(), "demo", "--routes", "5000"});
+    EXPECT_EQ(demo.status, 0) << demo.output;
+}
+} // namespace
