@@ -1,0 +1,84 @@
+#include "connection.h"
+
+#include "failure.h"
+#include "results.h"
+#include "route_reader.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+static_assert(RIB_PROTO_NAME_PAIR == 2 * RIB_PROTO_NAME_FIELD);
+
+/* As the message channel chooses it. */
+static std::string run_directory()
+{
+    if (const char *dir = std::getenv("MSG_CHAN_DIR"); dir && *dir)
+        return dir;
+    if (geteuid() == 0)
+        return "/run/msg_chan";
+    const char *user_dir = std::getenv("XDG_RUNTIME_DIR");
+    return user_dir && *user_dir ? fmt::format("{}/msg_chan", user_dir) : "unknown: set MSG_CHAN_DIR or use --dir";
+}
+
+rib_connection::rib_connection()
+{
+    errno = 0;
+    if (ipv6_rib_bind(&conn_) >= 0)
+        return;
+    const char *why = errno ? std::strerror(errno) : "it refused this client";
+    fail("cannot reach the RIB server: {} (is ribd running? run directory {})", why, run_directory());
+}
+
+/* The server's reasons to refuse a registration, in words that fit better than those of the system. */
+static std::string registration_error(errcode code)
+{
+    switch (code) {
+    case EBUSY:
+        return "another client that lives has these names";
+    case ENAMETOOLONG:
+        return fmt::format("the names have more than {} characters together", RIB_PROTO_NAMES_MAX);
+    case ENOSPC:
+        return "every protocol identifier is in use";
+    default:
+        return error_text(code);
+    }
+}
+
+rib_protoid_td register_protocol(ipv6_rib_conn_p conn, const protocol_identity &identity)
+{
+    errcode err = 0;
+    const rib_protoid_td id = ipv6_rib_register_protocol(conn, identity.name.c_str(), identity.instance.c_str(), identity.kind,
+                                                         identity.distance, identity.hold_seconds, 0, &err);
+    if (id == RIB_PROTOID_NONE)
+        fail("cannot register protocol {}/{}: {}", identity.name, identity.instance, registration_error(err));
+    return id;
+}
+
+/* A name field is terminated only when it is not full. */
+static std::string name_in(const char *field)
+{
+    return printable({field, strnlen(field, RIB_PROTO_NAME_FIELD)});
+}
+
+std::vector<protocol_names> names_of(ipv6_rib_conn_p conn, const std::vector<rib_protoid_td> &ids)
+{
+    std::vector<char> pairs(size_t{RIB_PROTOID_COUNT} * RIB_PROTO_NAME_PAIR);
+    const auto count = static_cast<uint16_t>(ids.size());
+    if (const errcode err = ipv6_rib_batch_protoid_to_proto_info(conn, 0, ids.data(), count, pairs.data()))
+        fail("cannot read the names of protocols: {}", error_text(err));
+    std::vector<protocol_names> names;
+    for (size_t i = 0; i < ids.size(); ++i) {
+        const char *const pair = pairs.data() + i * RIB_PROTO_NAME_PAIR;
+        names.push_back({ids[i], name_in(pair), name_in(pair + RIB_PROTO_NAME_FIELD)});
+    }
+    return names;
+}
+
+std::string name_of(ipv6_rib_conn_p conn, rib_protoid_td id)
+{
+    const protocol_names names = names_of(conn, {id}).front();
+    return names.name.empty() ? fmt::format("protocol {}", id) : fmt::format("{}/{}", names.name, names.instance);
+}

@@ -1,0 +1,228 @@
+/*
+ * demo: shows what the library does, and checks all of it: a table is loaded into a server of this process, every route
+ * and many addresses are looked up and compared with the tool's own model, a second protocol overrides some prefixes and
+ * leaves again, and at last everything is withdrawn.
+ */
+#include "commands.h"
+#include "demo_server.h"
+#include "failure.h"
+#include "generator.h"
+#include "loader.h"
+#include "table_file.h"
+#include "verify.h"
+
+#include <chrono>
+
+namespace
+{
+
+constexpr rib_tableid_td table = IPV6_RIB_TABLE_DEFAULT;
+constexpr size_t longest_lookups = 50'000, override_every = 100, gone_every = 10, samples = 5;
+
+struct step_result {
+    uint64_t count;
+    uint64_t faults;
+};
+
+class demo
+{
+public:
+    demo(const demo_options &options, output &out) : out_(out), shown_("demo", out.as_json())
+    {
+        options.file.empty() ? generate(options) : read(options.file);
+        step("bind", "protocols", [&] {
+            conn_.emplace();
+            base_ = register_protocol(*conn_, {.name = "static", .instance = "demo", .distance = 20});
+            better_ = register_protocol(*conn_, {.name = "static", .instance = "override", .distance = 10});
+            return step_result{2, base_ == better_};
+        });
+    }
+
+    int run()
+    {
+        step("load", "routes", [&] { return load(); });
+        step("count", "prefixes", [&] { return expect_prefixes(model_->routes().size()); });
+        step("exact lookup", "routes", [&] { return of(verify_exact(base(), model_->routes(), shown_)); });
+        step("longest match", "addresses", [&] { return of(verify_longest(base(), *model_, longest_lookups, shown_)); });
+        show_samples();
+        overrule();
+        step("withdraw", "routes", [&] { return withdraw(base_, model_->routes()); });
+        step("count", "prefixes", [&] { return expect_prefixes(0); });
+        step("all gone", "routes", [&] { return of(verify_absent(base(), every(gone_every), shown_)); });
+        return finish();
+    }
+
+private:
+    using clock = std::chrono::steady_clock;
+
+    verify_target base() const { return {*conn_, table, base_, true}; }
+    verify_target better() const { return {*conn_, table, better_, true}; }
+    static step_result of(const verify_counts &counts) { return {counts.checked, counts.checked - counts.right}; }
+    static step_result of(const load_counts &counts)
+    {
+        return {counts.sent, counts.refused + counts.unanswered + counts.strayed};
+    }
+
+    /* Runs a step, tells how long it took and whether all was as it should be. */
+    template <class work_t> void step(const char *name, const char *unit, work_t work)
+    {
+        shown_.restart(name);
+        const clock::time_point start = clock::now();
+        const step_result result = work();
+        const double seconds = std::chrono::duration<double>(clock::now() - start).count();
+        faults_ += result.faults;
+        shown_.clear();
+        const std::string verdict = result.faults ? fmt::format("{} WRONG", result.faults) : "ok";
+        if (out_.as_json())
+            out_.object(
+                {{"step", name}, {"count", result.count}, {"unit", unit}, {"seconds", seconds}, {"wrong", result.faults}});
+        else
+            out_.line("{:<14} {:>8} {:<9} {:8.3f} s {}  {}", name, result.count, unit, seconds, rate_text(result.count, seconds),
+                      verdict);
+        out_.finish();
+    }
+
+    /* A rate of few things says nothing, and that of a count that was read as one number neither. */
+    static std::string rate_text(uint64_t count, double seconds)
+    {
+        constexpr double worth_a_rate = 0.01;
+        const std::string rate = fmt::format("{:.0f}/s", static_cast<double>(count) / seconds);
+        return fmt::format("{:>11}", seconds < worth_a_rate ? "" : rate);
+    }
+
+    void generate(const demo_options &options)
+    {
+        step("generate", "routes", [&] {
+            routes_ = generate_table(options.routes, options.seed);
+            return step_result{routes_.size(), routes_.size() != options.routes};
+        });
+    }
+
+    void read(const std::string &name)
+    {
+        table_file source(name, shown_);
+        step("read", "routes", [&] {
+            route next;
+            while (source.next(&next))
+                routes_.push_back(next);
+            return step_result{routes_.size(), 0};
+        });
+        source.tell_end();
+        flawless_ = source.flawless();
+    }
+
+    /* In the order of the file, twice what stands there twice; the model has the last of each. */
+    step_result load()
+    {
+        const step_result sent = send(base_, routes_);
+        model_.emplace(std::move(routes_));
+        return sent;
+    }
+
+    step_result send(rib_protoid_td proto, std::span<const route> routes)
+    {
+        route_loader loader(*conn_, table, proto, false, refusal_teller());
+        for (const route &one : routes) {
+            loader.add(one);
+            shown_.update(loader.counts().sent, routes.size(), loader.counts().sent);
+        }
+        loader.flush();
+        return of(loader.counts());
+    }
+
+    step_result withdraw(rib_protoid_td proto, std::span<const route> routes)
+    {
+        route_loader loader(*conn_, table, proto, false, refusal_teller());
+        for (const route &one : routes)
+            loader.withdraw(one.prefix);
+        loader.flush();
+        return of(loader.counts());
+    }
+
+    route_loader::on_refusal refusal_teller()
+    {
+        return [&](const route &what, int route_result, int path_result) {
+            constexpr unsigned told_in_detail = 10;
+            if (refusals_++ < told_in_detail)
+                shown_.message(fmt::format("{} was refused: route {}, path {}", text_of(what.prefix),
+                                           ribresulttype_to_string(route_result), ribresulttype_to_string(path_result)));
+        };
+    }
+
+    step_result expect_prefixes(size_t expected)
+    {
+        uint32_t status[2] = {};
+        if (const errcode err = ipv6_rib_get_table_status(*conn_, table, status))
+            fail("cannot read the table's status: {}", error_text(err));
+        return {status[1], status[1] != expected};
+    }
+
+    void show_samples()
+    {
+        const std::vector<route> &routes = model_->routes();
+        for (size_t i = 0; i < std::min(samples, routes.size()); ++i) {
+            const ip_prefix &inside = routes[(2 * i + 1) * routes.size() / (2 * samples)].prefix;
+            const ip_prefix asked = {address_of(bits_of(inside.addr) | (1 & ~mask_of(inside.len))), 128};
+            const ipv6_routetype *found = look_up(*conn_, table, asked, RIB_LOOKUP_LONGEST);
+            const std::string prefix = found ? text_of(prefix_of(*found)) : "no route";
+            const std::string nexthop = found ? text_of(nexthop_of(*found, 0)) : "-";
+            if (out_.as_json())
+                out_.object({{"sample", text_of(asked.addr)}, {"prefix", prefix}, {"nexthop", nexthop}});
+            else
+                out_.line("    {} -> {} via {}", text_of(asked.addr), prefix, nexthop);
+        }
+    }
+
+    /* The first of so many of the model's routes, and so on. */
+    std::vector<route> every(size_t nth) const
+    {
+        std::vector<route> some;
+        for (size_t i = 0; i < model_->routes().size(); i += nth)
+            some.push_back(model_->routes()[i]);
+        return some;
+    }
+
+    /* A better distance wins while it is there, and what it hid comes back when it leaves. */
+    void overrule()
+    {
+        const std::vector<route> hidden = every(override_every);
+        std::vector<route> theirs = hidden;
+        for (route &one : theirs)
+            one.nexthop = address_of(address_bits{0x20010DB8FFFF} << 80 | 1);
+        step("override", "routes", [&] { return send(better_, theirs); });
+        step("overridden", "routes", [&] { return of(verify_exact(better(), theirs, shown_)); });
+        step("take back", "routes", [&] { return withdraw(better_, theirs); });
+        step("as before", "routes", [&] { return of(verify_exact(base(), hidden, shown_)); });
+        step("count", "prefixes", [&] { return expect_prefixes(model_->routes().size()); });
+    }
+
+    int finish()
+    {
+        if (faults_)
+            fail("demo FAILED: {} differences", faults_);
+        if (out_.as_json())
+            out_.object({{"demo", "passed"}, {"routes", model_->routes().size()}, {"input_flawless", flawless_}});
+        else
+            out_.line("demo passed: {} routes loaded, found, overridden and withdrawn, nothing differed",
+                      model_->routes().size());
+        return flawless_ ? exit_fine : exit_bad_input;
+    }
+
+    output &out_;
+    progress shown_;
+    demo_server server_;
+    std::optional<rib_connection> conn_; /* gone before its server */
+    rib_protoid_td base_ = RIB_PROTOID_NONE, better_ = RIB_PROTOID_NONE;
+    std::vector<route> routes_;
+    std::optional<route_model> model_;
+    uint64_t faults_ = 0;
+    unsigned refusals_ = 0;
+    bool flawless_ = true;
+};
+
+} // namespace
+
+int demo_command(const demo_options &options, output &out)
+{
+    return demo(options, out).run();
+}

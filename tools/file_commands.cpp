@@ -1,0 +1,48 @@
+/*
+ * The commands that need no server: convert and generate.
+ */
+#include "commands.h"
+#include "failure.h"
+#include "generator.h"
+#include "interrupt.h"
+#include "table_file.h"
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
+
+static void print_route(const route &what, output &out)
+{
+    const std::string prefix = text_of(what.prefix), nexthop = text_of(what.nexthop);
+    if (out.as_json())
+        out.object({{"prefix", prefix}, {"nexthop", nexthop}});
+    else
+        out.line("{} {}", prefix, nexthop);
+}
+
+int convert_command(const std::string &file, output &out)
+{
+    progress shown("converting", true);
+    table_file source(file, shown);
+    route read;
+    while (source.next(&read)) {
+        check_interrupt();
+        print_route(read, out);
+    }
+    source.tell_end();
+    return source.flawless() ? exit_fine : exit_bad_input;
+}
+
+int generate_command(const generate_options &options, bool as_json)
+{
+    const bool to_stdout = options.file == "-";
+    const std::unique_ptr<FILE, int (*)(FILE *)> file(to_stdout ? stdout : fopen(options.file.c_str(), "we"),
+                                                      to_stdout ? fflush : fclose);
+    if (!file)
+        fail("cannot write {}: {}", options.file, std::strerror(errno));
+    output out(as_json, file.get());
+    for (const route &made : generate_table(options.count, options.seed))
+        print_route(made, out);
+    out.finish();
+    return exit_fine;
+}
