@@ -62,41 +62,41 @@ IPV6_RIB_API int ipv6_rib_batch_proto_buffer_send(ipv6_rib_conn_p conn, rib_batc
 
 /* Result of a route; pr_path_count path results of 280 bytes follow it. */
 typedef struct __attribute__((packed)) rib_batch_route_out {
-    uint8_t ro_type;                /*   0 RIB_BATCH_OUT_ROUTE */
-    uint8_t ro_prefix_len;          /*   1 */
-    uint8_t ro_unused_2[2];         /*   2 */
-    uint16_t ro_path_count;         /*   4 */
-    uint8_t ro_unused_6[42];        /*   6 */
-    in6_addr_unaligned_t ro_prefix; /*  48 */
-    uint8_t ro_unused_64[256];      /*  64 */
-    uint64_t ro_version;            /* 320 grows with every change of the table */
-    int32_t ro_result;              /* 328 RIB_RESULT_* */
-    uint32_t ro_flags;              /* 332 RIB_ROUTE_* of route.h */
+    uint8_t ro_type;           /*   0 RIB_BATCH_OUT_ROUTE */
+    uint8_t ro_prefix_len;     /*   1 */
+    uint8_t ro_unused_2[2];    /*   2 */
+    uint16_t ro_path_count;    /*   4 */
+    uint8_t ro_unused_6[42];   /*   6 */
+    uint8_t ro_prefix[16];     /*  48 */
+    uint8_t ro_unused_64[256]; /*  64 */
+    uint64_t ro_version;       /* 320 grows with every change of the table */
+    int32_t ro_result;         /* 328 RIB_RESULT_* */
+    uint32_t ro_flags;         /* 332 RIB_ROUTE_* of route.h */
 } rib_batch_route_out;
 
 /* Result of an added path (po_type 1). */
 typedef struct __attribute__((packed)) rib_batch_path_out {
-    uint8_t po_type;                 /*  0 1 */
-    uint8_t po_unused_1[3];          /*  1 */
-    uint32_t po_interface;           /*  4 */
-    in6_addr_unaligned_t po_nexthop; /*  8 */
-    uint8_t po_unused_24[16];        /* 24 */
-    int32_t po_result;               /* 40 RIB_RESULT_* */
-    uint32_t po_nexthop_table;       /* 44 */
-    uint32_t po_u32_48;              /* 48 */
-    uint8_t po_unused_52[228];       /* 52 */
+    uint8_t po_type;           /*  0 1 */
+    uint8_t po_unused_1[3];    /*  1 */
+    uint32_t po_interface;     /*  4 */
+    uint8_t po_nexthop[16];    /*  8 */
+    uint8_t po_unused_24[16];  /* 24 */
+    int32_t po_result;         /* 40 RIB_RESULT_* */
+    uint32_t po_nexthop_table; /* 44 */
+    uint32_t po_u32_48;        /* 48 */
+    uint8_t po_unused_52[228]; /* 52 */
 } rib_batch_path_out;
 
 /* Result of a withdrawn path (pd_type 2). */
 typedef struct __attribute__((packed)) rib_batch_path_del_out {
-    uint8_t pd_type;                 /*  0 2 */
-    uint8_t pd_unused_1[3];          /*  1 */
-    uint32_t pd_interface;           /*  4 */
-    in6_addr_unaligned_t pd_nexthop; /*  8 */
-    int32_t pd_result;               /* 24 RIB_RESULT_* */
-    uint32_t pd_nexthop_table;       /* 28 */
-    uint32_t pd_u32_32;              /* 32 */
-    uint8_t pd_unused_36[244];       /* 36 */
+    uint8_t pd_type;           /*  0 2 */
+    uint8_t pd_unused_1[3];    /*  1 */
+    uint32_t pd_interface;     /*  4 */
+    uint8_t pd_nexthop[16];    /*  8 */
+    int32_t pd_result;         /* 24 RIB_RESULT_* */
+    uint32_t pd_nexthop_table; /* 28 */
+    uint32_t pd_u32_32;        /* 32 */
+    uint8_t pd_unused_36[244]; /* 36 */
 } rib_batch_path_del_out;
 
 /* Result of a table. */

@@ -2,7 +2,8 @@
  * Routes: the record in which they are handed over, and the lookups.
  *
  * What the numbers of a record mean is the server's business; the names are those of the reference server, and
- * docs/wire.md tells which field of a downloaded route comes back where.
+ * docs/wire.md tells which field of a downloaded route comes back where. Addresses are bytes, as records may stand at any
+ * place: copy one into a struct in6_addr, or hand it to inet_ntop() as it is.
  */
 #ifndef IPV6_RIB_ROUTE_H
 #define IPV6_RIB_ROUTE_H
@@ -13,24 +14,24 @@ IPV6_RIB_BEGIN
 
 /* One path of a route. 88 bytes, packed: it travels. */
 typedef struct __attribute__((packed)) rib_pathtype {
-    uint32_t path_interface;              /*  0 outgoing interface, 0 for none */
-    uint32_t path_nexthop_table;          /*  4 table in which the next hop is to be resolved, 0 for the route's own */
-    uint32_t path_metric;                 /*  8 */
-    uint8_t path_unused_12[4];            /* 12 */
-    in6_addr_unaligned_t path_nexthop;    /* 16 */
-    in6_addr_unaligned_t path_infosource; /* 32 who told of the path */
-    uint32_t path_u32_48;                 /* 48 */
-    uint32_t path_u32_52;                 /* 52 */
-    uint8_t path_unused_56[12];           /* 56 */
-    uint32_t path_label;                  /* 68 first remote label, RIB_LABEL_NONE for none */
-    uint32_t path_u32_72;                 /* 72 */
-    uint8_t path_infosource_afi;          /* 76 1 IPv4, 2 IPv6 */
-    uint8_t path_state;                   /* 77 RIB_PATH_* */
-    uint8_t path_label_count;             /* 78 */
-    uint8_t path_unused_79;               /* 79 */
-    uint16_t path_u16_80;                 /* 80 */
-    uint16_t path_u16_82;                 /* 82 */
-    uint8_t path_unused_84[4];            /* 84 */
+    uint32_t path_interface;     /*  0 outgoing interface, 0 for none */
+    uint32_t path_nexthop_table; /*  4 table in which the next hop is to be resolved, 0 for the route's own */
+    uint32_t path_metric;        /*  8 */
+    uint8_t path_unused_12[4];   /* 12 */
+    uint8_t path_nexthop[16];    /* 16 */
+    uint8_t path_infosource[16]; /* 32 who told of the path */
+    uint32_t path_u32_48;        /* 48 */
+    uint32_t path_u32_52;        /* 52 */
+    uint8_t path_unused_56[12];  /* 56 */
+    uint32_t path_label;         /* 68 first remote label, RIB_LABEL_NONE for none */
+    uint32_t path_u32_72;        /* 72 */
+    uint8_t path_infosource_afi; /* 76 1 IPv4, 2 IPv6 */
+    uint8_t path_state;          /* 77 RIB_PATH_* */
+    uint8_t path_label_count;    /* 78 */
+    uint8_t path_unused_79;      /* 79 */
+    uint16_t path_u16_80;        /* 80 */
+    uint16_t path_u16_82;        /* 82 */
+    uint8_t path_unused_84[4];   /* 84 */
 } rib_pathtype;
 
 #define RIB_PATH_BACKUP 0x1u
@@ -50,26 +51,26 @@ typedef struct __attribute__((packed)) rib_advertisers {
 
 /* A route with its paths: 11,392 bytes. The fixed part is packed: it travels. */
 typedef struct __attribute__((packed)) ipv6_routetype {
-    uint8_t rt_prefix_len;          /*  0 */
-    uint8_t rt_distance;            /*  1 administrative distance */
-    uint8_t rt_state;               /*  2 RIB_ROUTE_* */
-    uint8_t rt_path_count;          /*  3 paths that follow, at most 128 */
-    uint8_t rt_unused_4[2];         /*  4 */
-    uint16_t rt_type;               /*  6 caller value of the download */
-    uint16_t rt_proto_kind;         /*  8 RIB_PROTO_KIND_* of the owner */
-    rib_protoid_td rt_protoid;      /* 10 owner */
-    uint8_t rt_unused_12[4];        /* 12 */
-    in6_addr_unaligned_t rt_prefix; /* 16 */
-    rib_tableid_td rt_table;        /* 32 */
-    uint32_t rt_flags;              /* 36 caller flags of the download */
-    uint16_t rt_u16_40;             /* 40 */
-    uint8_t rt_unused_42[2];        /* 42 */
-    uint32_t rt_metric;             /* 44 */
-    uint32_t rt_tag;                /* 48 */
-    uint32_t rt_local_label;        /* 52 RIB_LABEL_NONE for none */
-    uint32_t rt_u32_56;             /* 56 */
-    uint32_t rt_version;            /* 60 grows with every change of the table */
-    uint8_t rt_unused_64[8];        /* 64 */
+    uint8_t rt_prefix_len;     /*  0 */
+    uint8_t rt_distance;       /*  1 administrative distance */
+    uint8_t rt_state;          /*  2 RIB_ROUTE_* */
+    uint8_t rt_path_count;     /*  3 paths that follow, at most 128 */
+    uint8_t rt_unused_4[2];    /*  4 */
+    uint16_t rt_type;          /*  6 caller value of the download */
+    uint16_t rt_proto_kind;    /*  8 RIB_PROTO_KIND_* of the owner */
+    rib_protoid_td rt_protoid; /* 10 owner */
+    uint8_t rt_unused_12[4];   /* 12 */
+    uint8_t rt_prefix[16];     /* 16 */
+    rib_tableid_td rt_table;   /* 32 */
+    uint32_t rt_flags;         /* 36 caller flags of the download */
+    uint16_t rt_u16_40;        /* 40 */
+    uint8_t rt_unused_42[2];   /* 42 */
+    uint32_t rt_metric;        /* 44 */
+    uint32_t rt_tag;           /* 48 */
+    uint32_t rt_local_label;   /* 52 RIB_LABEL_NONE for none */
+    uint32_t rt_u32_56;        /* 56 */
+    uint32_t rt_version;       /* 60 grows with every change of the table */
+    uint8_t rt_unused_64[8];   /* 64 */
     /* Attributes that came with the route; NULL when absent. They point into the received bytes: into this record when it
      * was copied for the caller. */
     rib_advertisers *rt_advertisers;            /*  72 type 7 */

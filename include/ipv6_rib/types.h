@@ -39,8 +39,6 @@ typedef uint32_t rib_tableid_td;
 #define IPV6_RIB_TABLE_IID ((rib_tableid_td)0xE0803FFF)     /* interface identifiers */
 
 typedef struct in6_addr in6_addr_t;
-/* The same within records that may stand at any address. */
-typedef struct in6_addr in6_addr_unaligned_t __attribute__((aligned(1)));
 
 /* The label value that means no label: one above the largest 20-bit label. */
 #define RIB_LABEL_NONE 0x100001u
