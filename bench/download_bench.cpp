@@ -44,18 +44,38 @@ in6_addr_t prefix_of(uint32_t number)
     return addr;
 }
 
-/* A bound client with a registered protocol. */
+/* A bound client with a registered protocol and a batch. */
 struct client {
     ipv6_rib_conn_p conn = nullptr;
-    rib_protoid_td protoid = RIB_PROTOID_NONE;
+    rib_batch_buffer *buffer = ipv6_rib_batch_buffer_allocate(0);
+    void *reply = ipv6_rib_batch_args_out_allocate();
+    uint32_t number = 0; /* of the next route */
+
     client()
     {
         errcode err;
         if (ipv6_rib_bind(&conn) == -1)
             std::abort();
-        protoid = ipv6_rib_register_protocol(conn, "bench", "1", RIB_PROTO_KIND_STATIC, 0, 0, 0, &err);
+        const rib_protoid_td protoid = ipv6_rib_register_protocol(conn, "bench", "1", RIB_PROTO_KIND_STATIC, 0, 0, 0, &err);
+        ipv6_rib_batch_buffer_init(buffer, IPV6_RIB_TABLE_DEFAULT, protoid);
     }
-    ~client() { ipv6_rib_unbind(&conn); }
+    ~client()
+    {
+        ipv6_rib_batch_args_out_free(reply);
+        ipv6_rib_batch_buffer_free(buffer);
+        ipv6_rib_unbind(&conn);
+    }
+    /* Fills a message and sends it: the status. */
+    int send_full_batch()
+    {
+        const in6_addr_t nexthop = prefix_of(7);
+        while (ipv6_rib_batch_buffer_route_fits(buffer, 1)) {
+            const in6_addr_t prefix = prefix_of(number++ % table_routes);
+            ipv6_rib_batch_buffer_add_route(buffer, &prefix, 48, 0, 0);
+            ipv6_rib_batch_buffer_add_path(buffer, 0, 0, &nexthop, &nexthop, 0, 0, 0);
+        }
+        return ipv6_rib_batch_buffer_send(conn, buffer, reply);
+    }
 };
 
 void bare_channel(benchmark::State &state, size_t sent, size_t answered, size_t items)
@@ -94,23 +114,10 @@ void download(benchmark::State &state)
 {
     rib_embedded_server server({.dir = dir.path});
     client producer;
-    rib_batch_buffer *buffer = ipv6_rib_batch_buffer_allocate(0);
-    void *reply = ipv6_rib_batch_args_out_allocate();
-    ipv6_rib_batch_buffer_init(buffer, IPV6_RIB_TABLE_DEFAULT, producer.protoid);
-    const in6_addr_t nexthop = prefix_of(7);
-    uint32_t number = 0;
-    for (auto _ : state) {
-        while (ipv6_rib_batch_buffer_route_fits(buffer, 1)) {
-            const in6_addr_t prefix = prefix_of(number++ % table_routes);
-            ipv6_rib_batch_buffer_add_route(buffer, &prefix, 48, 0, 0);
-            ipv6_rib_batch_buffer_add_path(buffer, 0, 0, &nexthop, &nexthop, 0, 0, 0);
-        }
-        if (ipv6_rib_batch_buffer_send(producer.conn, buffer, reply) <= 0 || refused(reply) != 0)
+    for (auto _ : state)
+        if (producer.send_full_batch() <= 0 || refused(producer.reply) != 0)
             state.SkipWithError("batch refused");
-    }
-    state.SetItemsProcessed(static_cast<int64_t>(number));
-    ipv6_rib_batch_args_out_free(reply);
-    ipv6_rib_batch_buffer_free(buffer);
+    state.SetItemsProcessed(static_cast<int64_t>(producer.number));
 }
 BENCHMARK(download)->UseRealTime();
 
@@ -124,28 +131,16 @@ void lookup(benchmark::State &state)
 {
     rib_embedded_server server({.dir = dir.path});
     client producer;
-    rib_batch_buffer *buffer = ipv6_rib_batch_buffer_allocate(0);
-    void *reply = ipv6_rib_batch_args_out_allocate();
-    ipv6_rib_batch_buffer_init(buffer, IPV6_RIB_TABLE_DEFAULT, producer.protoid);
-    const in6_addr_t nexthop = prefix_of(7);
-    uint32_t routes = 0;
-    for (; ipv6_rib_batch_buffer_route_fits(buffer, 1); routes++) {
-        const in6_addr_t prefix = prefix_of(routes);
-        ipv6_rib_batch_buffer_add_route(buffer, &prefix, 48, 0, 0);
-        ipv6_rib_batch_buffer_add_path(buffer, 0, 0, &nexthop, &nexthop, 0, 0, 0);
-    }
-    if (ipv6_rib_batch_buffer_send(producer.conn, buffer, reply) <= 0)
+    if (producer.send_full_batch() <= 0)
         state.SkipWithError("batch refused");
     static ipv6_routetype route;
     uint32_t number = 0;
     for (auto _ : state) {
         errcode err;
-        const in6_addr_t prefix = prefix_of(number++ % routes);
+        const in6_addr_t prefix = prefix_of(number++ % producer.number);
         if (!ipv6_rib_route_lookup(producer.conn, IPV6_RIB_TABLE_DEFAULT, &prefix, 128, RIB_LOOKUP_LONGEST, 0, &route, &err))
             state.SkipWithError("route not found");
     }
-    ipv6_rib_batch_args_out_free(reply);
-    ipv6_rib_batch_buffer_free(buffer);
 }
 BENCHMARK(lookup)->UseRealTime();
 } // namespace

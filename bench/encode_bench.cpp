@@ -35,37 +35,33 @@ static void copy_616(benchmark::State &state)
 }
 BENCHMARK(copy_616);
 
-static void encode_route_and_path(benchmark::State &state)
+/* Writes routes into one buffer, each with the path that add_path writes, and empties it when it is full. */
+template <class add_path_t> static void encode(benchmark::State &state, add_path_t add_path)
 {
     rib_batch_buffer *buffer = ipv6_rib_batch_buffer_allocate(0);
     ipv6_rib_batch_buffer_init(buffer, IPV6_RIB_TABLE_DEFAULT, 1);
-    const in6_addr_t nexthop = address(7);
     uint32_t number = 0;
     for (auto _ : state) {
         const in6_addr_t prefix = address(number++);
         if (!ipv6_rib_batch_buffer_route_fits(buffer, 1))
             ipv6_rib_batch_buffer_clear(buffer);
         ipv6_rib_batch_buffer_add_route(buffer, &prefix, 48, 0, 0);
-        ipv6_rib_batch_buffer_add_path(buffer, 0, 0, &nexthop, &nexthop, 0, 0, 0);
+        add_path(buffer);
     }
     ipv6_rib_batch_buffer_free(buffer);
+}
+
+static void encode_route_and_path(benchmark::State &state)
+{
+    const in6_addr_t nexthop = address(7);
+    encode(state, [&](rib_batch_buffer *buffer) { ipv6_rib_batch_buffer_add_path(buffer, 0, 0, &nexthop, &nexthop, 0, 0, 0); });
 }
 BENCHMARK(encode_route_and_path);
 
 static void encode_withdrawal(benchmark::State &state)
 {
-    rib_batch_buffer *buffer = ipv6_rib_batch_buffer_allocate(0);
-    ipv6_rib_batch_buffer_init(buffer, IPV6_RIB_TABLE_DEFAULT, 1);
-    const in6_addr_t any = {};
-    uint32_t number = 0;
-    for (auto _ : state) {
-        const in6_addr_t prefix = address(number++);
-        if (!ipv6_rib_batch_buffer_route_fits(buffer, 1))
-            ipv6_rib_batch_buffer_clear(buffer);
-        ipv6_rib_batch_buffer_add_route(buffer, &prefix, 48, 0, 0);
-        ipv6_rib_batch_buffer_delete_path(buffer, &any, 0, 0);
-    }
-    ipv6_rib_batch_buffer_free(buffer);
+    const in6_addr_t every = {};
+    encode(state, [&](rib_batch_buffer *buffer) { ipv6_rib_batch_buffer_delete_path(buffer, &every, 0, 0); });
 }
 BENCHMARK(encode_withdrawal);
 
