@@ -32,6 +32,6 @@ uint8_t *rib_batch_result(rib_batch_run &run, size_t size);
 /* Applies the records of a route batch, msg to msg + len. */
 void rib_batch_apply(rib_batch_run &run, const uint8_t *msg, size_t len);
 /* Applies one route record and its paths; returns the byte behind them. */
-const uint8_t *rib_batch_apply_route(rib_batch_run &run, const uint8_t *route);
+const uint8_t *rib_batch_apply_route(rib_batch_run &run, const uint8_t *record);
 /* Applies the records of a protocol batch. */
 void rib_batch_apply_protocols(rib_batch_run &run, const uint8_t *msg, size_t entries);

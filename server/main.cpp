@@ -70,16 +70,14 @@ static void serve(const rib_server_options &options)
 }
 
 int main(int argc, char **argv)
-{
+try {
     CLI::App app("IPv6 RIB server", "ribd");
     rib_server_options options;
     add_options(app, options);
     CLI11_PARSE(app, argc, argv);
-    try {
-        serve(options);
-    } catch (const std::exception &error) {
-        fmt::print(stderr, "ribd: cannot serve: {}\n", error.what());
-        return EXIT_FAILURE;
-    }
+    serve(options);
     return EXIT_SUCCESS;
+} catch (const std::exception &error) {
+    std::fprintf(stderr, "ribd: cannot serve: %s\n", error.what());
+    return EXIT_FAILURE;
 }

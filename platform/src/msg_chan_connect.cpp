@@ -89,7 +89,7 @@ static int send_hello(int fd)
 /* Reads the server's greeting, of which only the first word is certain before the protocol version is known. */
 static int receive_hello(int fd, hello_body *body, int64_t deadline)
 {
-    frame_header header;
+    frame_header header = {};
     if (const int error = receive_until(fd, &header, sizeof header, deadline))
         return error;
     if (!frame_is(header, frame_hello, hello_body_max) || header.fh_len < sizeof body->he_protocol)

@@ -85,7 +85,7 @@ int msg_peer_reply(msg_peer_t *peer, size_t len)
 {
     if (!peer->mp_out && len == 0 && !msg_peer_reply_area(peer, 0))
         return -1;
-    if (peer->mp_state != peer_state::serving || len > peer->mp_out_room) {
+    if (peer->mp_state != peer_state::serving || !peer->mp_out || len > peer->mp_out_room) {
         errno = EINVAL;
         return -1;
     }
