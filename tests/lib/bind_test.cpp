@@ -8,7 +8,6 @@
 
 namespace
 {
-
 using bind_test = client_test;
 
 /* The introduction of a client without an event; @ offsets are those of the body plus 24. */
@@ -21,31 +20,25 @@ bytes_t introduction(const char *option)
     return hex(std::string(INTRODUCTION) + option + "00*8");
 }
 
-int32_t bind_v2(ipv6_rib_conn_p *conn)
-{
-    return ipv6_rib_bind_v2(conn, 0x0102030405060708);
-}
-
+/* Either bind is called: those that name an event manager have a NULL for the other. */
 struct entry_case_t {
     const char *name;
     int32_t (*bind)(ipv6_rib_conn_p *);
     int32_t (*bind_mevm)(event_manager *, ipv6_rib_conn_p *);
-    const char *service;
-    const char *option; /* 16 bits in the byte order of the host */
-    uint32_t flags;
-    const char *version;
+    const char *service, *option; /* 16 bits in the byte order of the host */
+    uint32_t flags = 0x20000;
+    const char *version = "";
+    int32_t call(event_manager *manager, ipv6_rib_conn_p *conn) const { return bind ? bind(conn) : bind_mevm(manager, conn); }
 };
-constexpr const char *PLAIN = "";
-constexpr const char *VERSION_DESCRIPTOR = "@8 01 00*3 01 00*3 02 00*3 @56";
 const entry_case_t entry_cases[] = {
-    {"bind", ipv6_rib_bind, nullptr, "/dev/ip/ipv6_rib", "0000", 0x20000, PLAIN},
-    {"bind_v2", bind_v2, nullptr, "/dev/ip/ipv6_rib", "0000", 0x20000, PLAIN},
-    {"active", ipv6_rib_bind_active, nullptr, "/dev/ip/ipv6_rib_active", "0100", 0x20000, PLAIN},
-    {"standby", ipv6_rib_bind_standby, nullptr, "/dev/ip/ipv6_rib_standby", "0200", 0x20000, PLAIN},
-    {"primary active", ipv6_rib_bind_primary_active, nullptr, "/dev/ip/ipv6_rib_active", "0100", 0, VERSION_DESCRIPTOR},
-    {"mevm", nullptr, ipv6_rib_bind_mevm, "/dev/ip/ipv6_rib", "0000", 0x20000, PLAIN},
-    {"active mevm", nullptr, ipv6_rib_bind_active_mevm, "/dev/ip/ipv6_rib_active", "0100", 0x20000, PLAIN},
-    {"standby mevm", nullptr, ipv6_rib_bind_standby_mevm, "/dev/ip/ipv6_rib_standby", "0200", 0x20000, PLAIN},
+    {"bind", ipv6_rib_bind, nullptr, "/dev/ip/ipv6_rib", "0000"},
+    {"bind_v2", [](auto conn) { return ipv6_rib_bind_v2(conn, 1); }, nullptr, "/dev/ip/ipv6_rib", "0000"},
+    {"active", ipv6_rib_bind_active, nullptr, "/dev/ip/ipv6_rib_active", "0100"},
+    {"standby", ipv6_rib_bind_standby, nullptr, "/dev/ip/ipv6_rib_standby", "0200"},
+    {"primary", ipv6_rib_bind_primary_active, nullptr, "/dev/ip/ipv6_rib_active", "0100", 0, "@8 01 00*3 01 00*3 02 @56"},
+    {"mevm", nullptr, ipv6_rib_bind_mevm, "/dev/ip/ipv6_rib", "0000"},
+    {"active mevm", nullptr, ipv6_rib_bind_active_mevm, "/dev/ip/ipv6_rib_active", "0100"},
+    {"standby mevm", nullptr, ipv6_rib_bind_standby_mevm, "/dev/ip/ipv6_rib_standby", "0200"},
 };
 
 TEST_F(bind_test, entry_points_without_event)
@@ -53,16 +46,15 @@ TEST_F(bind_test, entry_points_without_event)
     for (const entry_case_t &c : entry_cases) {
         SCOPED_TRACE(c.name);
         SetUp();
+        EXPECT_EQ(c.call(nullptr, nullptr), -1);
+        EXPECT_EQ(ipv6_rib_conn_p_get_msg_conn(nullptr), 0u);
+        EXPECT_EQ(ipv6_rib_get_conn_afi(nullptr), 0xFFFFFFFFu);
+        EXPECT_TRUE(fake_msg_chan().connects.empty()) << "no handle variable";
         fake_msg_chan().answer(BIND_REPLY);
         /* Without an event manager the bind looks for the first registered one: there is none. */
-        EXPECT_EQ(c.bind ? c.bind(&conn) : c.bind_mevm(nullptr, &conn), fake_msg_chan_t::FIRST_CONNID);
+        EXPECT_EQ(c.call(nullptr, &conn), fake_msg_chan_t::FIRST_CONNID);
         ASSERT_NE(conn, nullptr);
-        ASSERT_EQ(fake_msg_chan().connects.size(), 1u);
-        const chan_connect_t &connect = fake_msg_chan().connects[0];
-        EXPECT_EQ(connect.service, c.service);
-        EXPECT_EQ(connect.flags, c.flags);
-        EXPECT_EQ(connect.reserved, 0u);
-        EXPECT_TRUE(same_bytes(connect.version, c.version));
+        EXPECT_EQ(fake_msg_chan().connects, (std::vector<chan_connect_t>{{c.service, c.flags, 0, hex(c.version)}}));
         EXPECT_TRUE(same_bytes(only_sent(), introduction(c.option)));
         EXPECT_EQ(fake_msg_chan().sent[0].chan, fake_msg_chan_t::FIRST_CHAN);
         EXPECT_EQ(fake_msg_chan().sent[0].room, 268u);
@@ -76,64 +68,41 @@ TEST_F(bind_test, entry_points_without_event)
 
 void ignore_event(void *, uint32_t, void *) {}
 
-bytes_t introduction_with_event(ipv6_rib_conn_p conn, const event_manager_t *manager, const char *option)
-{
-    bytes_t bytes = introduction(option);
-    const auto value = reinterpret_cast<uintptr_t>(conn);
-    put_net(&bytes, 24, 0, 4);
-    std::memcpy(&bytes[32], &value, sizeof value); /* the event is copied as it stands in memory */
-    const bytes_t tail = fake_event_tail(manager);
-    std::copy(tail.begin(), tail.end(), bytes.begin() + 40);
-    put_net(&bytes, 96, value, 8);
-    return bytes;
-}
-
 TEST_F(bind_test, event_manager_is_introduced_with_the_connection_as_pulse_value)
 {
-    ASSERT_EQ(ipv6_rib_notify(fake_manager(1), 5, ignore_event, nullptr), 0u);
-    ASSERT_EQ(ipv6_rib_notify(fake_manager(2), 5, ignore_event, nullptr), 0u);
+    for (const unsigned manager : {1u, 2u})
+        ASSERT_EQ(ipv6_rib_notify(fake_manager(manager), 5, ignore_event, nullptr), 0u);
     for (const entry_case_t &c : entry_cases) {
         SCOPED_TRACE(c.name);
         fake_msg_chan().forget_calls();
         fake_msg_chan().answer(BIND_REPLY);
-        const int32_t id = c.bind ? c.bind(&conn) : c.bind_mevm(fake_manager(2), &conn);
-        EXPECT_GT(id, 0);
+        EXPECT_GT(c.call(fake_manager(2), &conn), 0);
         ASSERT_NE(conn, nullptr);
-        /* A bind that names no manager takes the first one registered. */
-        EXPECT_TRUE(same_bytes(only_sent(), introduction_with_event(conn, fake_manager(c.bind ? 1 : 2), c.option)));
+        /* The event is copied as it stands in memory. A bind that names no manager takes the first one registered. */
+        bytes_t event(8), pulse(8);
+        put_net(&pulse, 0, reinterpret_cast<uintptr_t>(conn), 8);
+        event = event + bytes_at(&conn, 8) + fake_event_tail(fake_manager(c.bind ? 1 : 2)) + pulse;
+        const bytes_t expected = introduction(c.option);
+        EXPECT_TRUE(same_bytes(only_sent(), slice(expected, 0, 24) + event + slice(expected, 104, SIZE_MAX)));
         ipv6_rib_unbind(&conn);
+        if (c.bind_mevm) {
+            EXPECT_EQ(c.bind_mevm(fake_manager(3), &conn), -1) << "not registered";
+        }
+        EXPECT_EQ(fake_msg_chan().connects.size(), 1u);
     }
 }
 
-TEST_F(bind_test, unregistered_event_manager_fails_before_connecting)
-{
-    ASSERT_EQ(ipv6_rib_notify(fake_manager(1), 5, ignore_event, nullptr), 0u);
-    for (const entry_case_t &c : entry_cases)
-        if (c.bind_mevm) {
-            EXPECT_EQ(c.bind_mevm(fake_manager(3), &conn), -1) << c.name;
-        }
-    EXPECT_EQ(conn, nullptr);
-    EXPECT_TRUE(fake_msg_chan().connects.empty());
-}
-
-struct process_case_t {
-    const char *name, *path, *process;
-};
-const process_case_t process_cases[] = {
-    {"the last component", "/usr/sbin/ospf6d", "'ospf6d'"},
-    {"no directory", "isis", "'isis'"},
-    {"39 characters stay whole", "/bin/abcdefghijklmnopqrstuvwxyz0123456789ABC", "'abcdefghijklmnopqrstuvwxyz0123456789ABC'"},
-    {"the 40th is cut", "/bin/abcdefghijklmnopqrstuvwxyz0123456789ABCD", "'abcdefghijklmnopqrstuvwxyz0123456789ABC'"},
-};
-
 TEST_F(bind_test, process_name)
 {
-    for (const process_case_t &c : process_cases) {
+    const std::string longest = "abcdefghijklmnopqrstuvwxyz0123456789ABC";
+    const std::pair<std::string, std::string> cases[] = {
+        {"/usr/sbin/ospf6d", "ospf6d"}, {"isis", "isis"}, {"/bin/" + longest, longest}, {"/bin/" + longest + "D", longest}};
+    for (const auto &[path, process] : cases) {
         SetUp();
-        fake_identity().process_path = c.path;
+        fake_identity().process_path = path;
         fake_msg_chan().answer(BIND_REPLY);
         ipv6_rib_bind(&conn);
-        EXPECT_TRUE(same_bytes(slice(only_sent(), 136, 40), hex(std::string(c.process) + "@40"))) << c.name;
+        EXPECT_TRUE(same_bytes(slice(only_sent(), 136, 40), "'" + process + "' @40"));
     }
 }
 
@@ -173,85 +142,60 @@ TEST_F(bind_test, nodes_that_are_both_unknown_count_as_the_same)
     EXPECT_EQ(ipv6_rib_collocated(conn), 1);
 }
 
-struct reply_case_t {
-    const char *name, *reply;
-    int32_t result;
-    uint32_t client_id;
-};
-const reply_case_t reply_cases[] = {
-    {"no record in the list", "00000000 1a2b3c4d 00c0ffee 00*8", fake_msg_chan_t::FIRST_CONNID, 0xc0ffee},
-    {"an unknown record is passed over", "00000000 1a2b3c4d 00c0ffee 00*4 0063 0003 aabbcc 00*4 0068 0008 01010000 00000001 00*8",
-     fake_msg_chan_t::FIRST_CONNID, 0xc0ffee},
-    {"no presence bit", "00000000 1a2b3c4d 00c0ffee 00*4 0068 0004 01 00 0000 00*8", fake_msg_chan_t::FIRST_CONNID, 0xc0ffee},
-    {"an empty record is ignored", "00000000 1a2b3c4d 00c0ffee 00*4 0068 0000 00*8", fake_msg_chan_t::FIRST_CONNID, 0xc0ffee},
-    {"a record that does not decode is ignored", "00000000 1a2b3c4d 00c0ffee 00*4 0068 0002 01 01 00*8",
-     fake_msg_chan_t::FIRST_CONNID, 0xc0ffee},
-    {"a reply that ends behind the numbers", "00000000 1a2b3c4d 00c0ffee", fake_msg_chan_t::FIRST_CONNID, 0xc0ffee},
-    {"the list fills the reply", "00000000 1a2b3c4d 00c0ffee 00*4 0063 00f0 11*240 00*8", fake_msg_chan_t::FIRST_CONNID,
-     0xc0ffee},
-    {"a record that leaves the reply", "00000000 1a2b3c4d 00c0ffee 00*4 0068 ffff 01010000", -1, 0},
-    {"no delimiter before the reply ends", "00000000 1a2b3c4d 00c0ffee 00*4 0063 00f8 11*248", -1, 0},
-    {"the server refuses", "42d29400 1a2b3c4d 00c0ffee 00*8", -1, 0},
-};
-
 TEST_F(bind_test, replies)
 {
-    for (const reply_case_t &c : reply_cases) {
+    struct {
+        const char *name, *reply; /* behind the result, the node and the client id */
+        bool bound;
+    } const cases[] = {
+        {"no record in the list", "00*8", true},
+        {"an unknown record is passed over", "00*4 0063 0003 aabbcc 00*4 0068 0008 01010000 00000001 00*8", true},
+        {"no presence bit", "00*4 0068 0004 01 00 0000 00*8", true},
+        {"an empty record is ignored", "00*4 0068 0000 00*8", true},
+        {"a record that does not decode is ignored", "00*4 0068 0002 01 01 00*8", true},
+        {"a reply that ends behind the numbers", "", true},
+        {"the list fills the reply", "00*4 0063 00f0 11*240 00*8", true},
+        {"a record that leaves the reply", "00*4 0068 ffff 01010000", false},
+        {"no delimiter before the reply ends", "00*4 0063 00f8 11*248", false},
+    };
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         SetUp();
-        fake_msg_chan().answer(c.reply);
-        EXPECT_EQ(ipv6_rib_bind(&conn), c.result);
-        if (c.result == -1) {
-            EXPECT_EQ(conn, nullptr);
-            EXPECT_EQ(fake_msg_chan().disconnects, std::vector{fake_msg_chan_t::FIRST_CHAN});
-        } else {
-            EXPECT_EQ(ipv6_rib_get_my_client_id(conn), c.client_id);
-            EXPECT_TRUE(fake_msg_chan().disconnects.empty());
-        }
+        fake_msg_chan().answer(hex("00000000 1a2b3c4d 00c0ffee") + hex(c.reply));
+        EXPECT_EQ(ipv6_rib_bind(&conn), c.bound ? fake_msg_chan_t::FIRST_CONNID : -1);
+        EXPECT_EQ(ipv6_rib_get_my_client_id(conn), c.bound ? 0xc0ffee : 0xFFFFFFFF);
+        EXPECT_EQ(fake_msg_chan().disconnects.size(), c.bound ? 0u : 1u);
     }
 }
 
-struct failure_case_t {
-    const char *name;
-    void (*provoke)();
-    size_t connects, sends, disconnects;
-    std::vector<tev_line_t> lines;
-};
-const failure_case_t failure_cases[] = {
-    {"no channel: nothing to disconnect", [] { fake_msg_chan().connect_error = ECONNREFUSED; }, 1, 0, 0, {}},
-    {"no node name", [] { fake_identity().node_name_error = EIO; }, 1, 0, 1, {}},
-    {"no node id", [] { fake_identity().node_id_error = EIO; }, 1, 0, 1, {}},
-    {"no process name", [] { fake_identity().process_error = EIO; }, 1, 0, 1, {}},
-    {"the exchange fails", [] { fake_msg_chan().fail(ECONNRESET); }, 1, 1, 1, {}},
-    {"no connection id",
-     [] {
-         fake_msg_chan().answer(BIND_REPLY);
-         fake_msg_chan().connid_error = EBADF;
-     },
-     1,
-     1,
-     1,
-     {}},
-    {"the disconnect of the failed bind fails too",
-     [] {
-         fake_msg_chan().fail(ECONNRESET);
-         fake_msg_chan().disconnect_error = EBADF;
-     },
-     1,
-     1,
-     1,
-     {{"ERR_LOCK_FATAL", 3, "rib_client_handle_bind_failure Pthread disconnect, unexpected fatal error [Bad file descriptor]"}}},
-};
-
 TEST_F(bind_test, failures_leave_the_handle_alone)
 {
-    for (const failure_case_t &c : failure_cases) {
+    struct {
+        const char *name;
+        void (*provoke)();
+        size_t sends, disconnects;
+        std::vector<tev_line_t> lines = {};
+    } const cases[] = {
+        {"no channel: nothing to disconnect", [] { fake_msg_chan().connect_error = ECONNREFUSED; }, 0, 0},
+        {"no node name", [] { fake_identity().node_name_error = EIO; }, 0, 1},
+        {"no node id", [] { fake_identity().node_id_error = EIO; }, 0, 1},
+        {"no process name", [] { fake_identity().process_error = EIO; }, 0, 1},
+        {"the exchange fails", [] { fake_msg_chan().fail(ECONNRESET); }, 1, 1},
+        {"the server refuses", [] { fake_msg_chan().answer("42d29400 1a2b3c4d 00c0ffee 00*8"); }, 1, 1},
+        {"no connection id", [] { fake_msg_chan().answer(BIND_REPLY), fake_msg_chan().connid_error = EBADF; }, 1, 1},
+        {"the disconnect of the failed bind fails too",
+         [] { fake_msg_chan().fail(ECONNRESET), fake_msg_chan().disconnect_error = EBADF; },
+         1,
+         1,
+         {lock_fatal("rib_client_handle_bind_failure", "disconnect", EBADF)}},
+    };
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         SetUp();
         c.provoke();
         EXPECT_EQ(ipv6_rib_bind(&conn), -1);
         EXPECT_EQ(conn, nullptr);
-        EXPECT_EQ(fake_msg_chan().connects.size(), c.connects);
+        EXPECT_EQ(fake_msg_chan().connects.size(), 1u);
         EXPECT_EQ(fake_msg_chan().sent.size(), c.sends);
         EXPECT_EQ(fake_msg_chan().disconnects.size(), c.disconnects);
         EXPECT_EQ(captured_tev(), c.lines);
@@ -295,20 +239,4 @@ TEST_F(bind_test, a_set_handle_is_reported_and_replaced)
     ipv6_rib_conn_p first = old;
     ipv6_rib_unbind(&first);
 }
-
-TEST_F(bind_test, no_handle_variable)
-{
-    for (const entry_case_t &c : entry_cases)
-        EXPECT_EQ(c.bind ? c.bind(nullptr) : c.bind_mevm(nullptr, nullptr), -1) << c.name;
-    EXPECT_TRUE(fake_msg_chan().connects.empty());
-}
-
-TEST_F(bind_test, accessors_without_a_connection)
-{
-    EXPECT_EQ(ipv6_rib_conn_p_get_msg_conn(nullptr), 0u);
-    EXPECT_EQ(ipv6_rib_get_conn_afi(nullptr), 0xFFFFFFFFu);
-    EXPECT_EQ(ipv6_rib_collocated(nullptr), 0);
-    EXPECT_EQ(ipv6_rib_get_my_client_id(nullptr), 0xFFFFFFFFu);
-}
-
 } // namespace

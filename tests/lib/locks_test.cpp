@@ -1,35 +1,51 @@
 /*
- * Operations of several threads: turns on one connection, none between connections, and unbinding behind both.
+ * Operations of several threads: turns on one connection, none between connections, and unbinding behind both. Then what
+ * locks that fail do to an operation: what is logged, what is returned, what ends the process.
  */
 #include <chrono>
+#include <cstring>
 #include <future>
+#include <pthread.h>
 #include <thread>
 
-#include "tests/support/client_test.h"
+#include "tests/support/batch_fixture.h"
+
+/* Which pthread function fails; the test program is linked with --wrap for each of them. */
+static std::string failing;
+
+/* Wraps a function. A lock is not taken when that is to fail, but it is given back in any case. */
+#define WRAPPED(function, name, error, parameters, arguments)                                                                    \
+    extern "C" int __real_##function parameters;                                                                                 \
+    extern "C" __attribute__((visibility("default"))) int __wrap_##function parameters;                                          \
+    int __wrap_##function parameters                                                                                             \
+    {                                                                                                                            \
+        const bool fails = failing == name;                                                                                      \
+        const int done = fails && error != EPERM ? 0 : __real_##function arguments;                                              \
+        return fails ? error : done;                                                                                             \
+    }
+
+WRAPPED(pthread_mutex_trylock, "trylock", EOWNERDEAD, (pthread_mutex_t * lock), (lock))
+WRAPPED(pthread_mutex_unlock, "unlock", EPERM, (pthread_mutex_t * lock), (lock))
+WRAPPED(pthread_rwlock_rdlock, "rdlock", EDEADLK, (pthread_rwlock_t * lock), (lock))
+WRAPPED(pthread_rwlock_wrlock, "wrlock", EDEADLK, (pthread_rwlock_t * lock), (lock))
+WRAPPED(pthread_mutex_init, "init", ENOMEM, (pthread_mutex_t * lock, const pthread_mutexattr_t *attr), (lock, attr))
 
 namespace
 {
-
-using locks_test = client_test;
-
-TEST_F(locks_test, exchanges_on_one_connection_take_turns)
+class locks_test : public client_test
 {
-    bind();
-    fake_msg_chan().answer(hex("00*12"), [] { fake_ptd().await_announced(1); });
-    fake_msg_chan().answer("00*12");
-    std::thread first([&] { EXPECT_EQ(ipv6_rib_update_complete(conn, 1, 0), 0u); });
-    std::thread second([&] { EXPECT_EQ(ipv6_rib_update_complete(conn, 2, 0), 0u); });
-    first.join();
-    second.join();
-    EXPECT_EQ(fake_msg_chan().calls, (std::vector<std::string>{"send", "answered", "send", "answered"}));
-    EXPECT_EQ(fake_ptd().announced(), std::vector<std::string>{"rib_client_mutex_lock_inline"}) << "only who really waits";
-    EXPECT_EQ(fake_ptd().ended(), 1u);
-}
+protected:
+    void TearDown() override
+    {
+        failing.clear();
+        client_test::TearDown();
+    }
+};
 
 TEST_F(locks_test, a_batch_waits_for_a_request)
 {
     bind();
-    rib_batch_buffer *buffer = ipv6_rib_batch_buffer_allocate(1);
+    const batch_buffer_owner buffer = allocate_batch(1);
     void *reply = ipv6_rib_batch_args_out_allocate();
     std::promise<void> sending;
     fake_msg_chan().answer(hex("00*12"), [&] {
@@ -39,20 +55,19 @@ TEST_F(locks_test, a_batch_waits_for_a_request)
     std::thread first([&] { EXPECT_EQ(ipv6_rib_update_complete(conn, 1, 0), 0u); });
     sending.get_future().wait();
     fake_msg_chan().answer("00000030 @24 0001 @48");
-    EXPECT_EQ(ipv6_rib_batch_buffer_send(conn, buffer, reply), 1);
+    EXPECT_EQ(ipv6_rib_batch_buffer_send(conn, buffer.get(), reply), 1);
     first.join();
     EXPECT_EQ(fake_msg_chan().calls, (std::vector<std::string>{"send", "answered", "send", "answered"}));
+    EXPECT_EQ(fake_ptd().announced(), std::vector<std::string>{"rib_client_mutex_lock_inline"}) << "only who really waits";
+    EXPECT_EQ(fake_ptd().ended(), 1u);
     ipv6_rib_batch_args_out_free(reply);
-    ipv6_rib_batch_buffer_free(buffer);
 }
 
 TEST_F(locks_test, exchanges_on_two_connections_run_side_by_side)
 {
+    ipv6_rib_conn_p other = bind();
+    conn = nullptr;
     bind();
-    ipv6_rib_conn_p other = nullptr;
-    fake_msg_chan().answer(BIND_REPLY);
-    ASSERT_GT(ipv6_rib_bind(&other), 0);
-    fake_msg_chan().forget_calls();
     std::promise<void> here, there;
     fake_msg_chan().answer(hex("00*12"), [&] {
         here.set_value();
@@ -72,11 +87,9 @@ TEST_F(locks_test, exchanges_on_two_connections_run_side_by_side)
 
 TEST_F(locks_test, unbinding_waits_for_operations_on_every_connection)
 {
+    ipv6_rib_conn_p other = bind();
+    conn = nullptr;
     bind();
-    ipv6_rib_conn_p other = nullptr;
-    fake_msg_chan().answer(BIND_REPLY);
-    ASSERT_GT(ipv6_rib_bind(&other), 0);
-    fake_msg_chan().forget_calls();
     std::future<void> unbound;
     fake_msg_chan().answer(hex("00*12"), [&] {
         unbound = std::async(std::launch::async, [&] { ipv6_rib_unbind(&other); });
@@ -88,4 +101,71 @@ TEST_F(locks_test, unbinding_waits_for_operations_on_every_connection)
     EXPECT_EQ(fake_msg_chan().calls, (std::vector<std::string>{"send", "answered", "disconnect"}));
 }
 
+TEST_F(locks_test, neither_a_request_nor_a_rebind_begins)
+{
+    bind();
+    failing = "trylock";
+    EXPECT_EQ(ipv6_rib_update_complete(conn, 1, 0), RIB_LIB_ERR_NO_CONNECTION);
+    EXPECT_EQ(ipv6_rib_rebind(conn), -1);
+    failing.clear();
+    EXPECT_TRUE(fake_msg_chan().calls.empty());
+    EXPECT_EQ(captured_tev(), tev_lines({lock_fatal("rib_client_lwm_send", "lock", EOWNERDEAD),
+                                         lock_fatal("rib_client_rebind", "lock", EOWNERDEAD)}));
+}
+
+TEST_F(locks_test, a_batch_is_not_sent_and_says_so)
+{
+    bind();
+    const batch_buffer_owner buffer = allocate_batch();
+    add_plain_route(buffer.get());
+    void *reply = ipv6_rib_batch_args_out_allocate();
+    std::memset(reply, 0, 64);
+    static_cast<uint8_t *>(reply)[25] = 1; // a status that an earlier message may have left
+    failing = "trylock";
+    EXPECT_EQ(ipv6_rib_batch_buffer_send(conn, buffer.get(), reply), RIB_RESULT_RPC_ERROR);
+    failing.clear();
+    EXPECT_TRUE(fake_msg_chan().calls.empty());
+    EXPECT_EQ(captured_tev(), tev_lines({lock_fatal("rib_client_batch_send", "lock", EOWNERDEAD)}));
+    EXPECT_EQ(ipv6_rib_batch_args_out_first_route(reply), nullptr);
+    ipv6_rib_batch_args_out_free(reply);
+}
+
+TEST_F(locks_test, a_failed_unlock_is_told_twice_and_the_result_stands)
+{
+    bind();
+    fake_msg_chan().answer("00000016 00*256");
+    failing = "unlock";
+    EXPECT_EQ(ipv6_rib_update_complete(conn, 1, 0), 22u);
+    failing.clear();
+    EXPECT_EQ(captured_tev(), tev_lines({lock_fatal("rib_client_mutex_unlock_inline", "unlock", EPERM),
+                                         lock_fatal("rib_client_lwm_send", "unlock", EPERM)}));
+}
+
+TEST_F(locks_test, binding_and_unbinding_without_locks_do_nothing)
+{
+    failing = "init";
+    EXPECT_EQ(ipv6_rib_bind(&conn), -1);
+    EXPECT_EQ(conn, nullptr);
+    EXPECT_EQ(captured_tev(), tev_lines({lock_fatal("rib_client_struct_init", "lock init", ENOMEM)}));
+    failing.clear();
+    const ipv6_rib_conn_p bound = bind();
+    failing = "wrlock";
+    EXPECT_EQ(ipv6_rib_bind(&conn), -1);
+    EXPECT_EQ(ipv6_rib_rebind(conn), -1);
+    ipv6_rib_unbind(&conn);
+    failing.clear();
+    EXPECT_EQ(conn, bound);
+    EXPECT_TRUE(fake_msg_chan().calls.empty());
+    EXPECT_EQ(captured_tev(), tev_lines({lock_fatal("rib_client_bind_internal", "lock bind mutex", EDEADLK),
+                                         lock_fatal("rib_client_rebind", "lock bind mutex", EDEADLK),
+                                         lock_fatal("rib_client_unbind", "lock bind mutex", EDEADLK)}));
+}
+
+TEST_F(locks_test, a_broken_bind_mutex_ends_the_process)
+{
+    bind();
+    EXPECT_DEATH((failing = "rdlock", ipv6_rib_update_complete(conn, 1, 0)),
+                 "ip/rib/lib/src/rib_lib_api:[0-9]+: int rib_client_mutex_lock_inline\\(ip_rib_conn_p\\): Assertion");
+    EXPECT_DEATH((failing = "trylock", ipv6_rib_unbind(&conn)), "ip/rib/lib/src/rib_lib_api:.*Assertion");
+}
 } // namespace

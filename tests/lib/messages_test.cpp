@@ -10,54 +10,45 @@
 
 namespace
 {
-
 TEST(ribresulttype_to_string, texts)
 {
-    struct text_case_t {
-        int result;
-        const char *text;
-    };
-    const text_case_t cases[] = {
-        {INT_MIN, "Invalid RIB Result"},
-        {-12, "Invalid RIB Result"},
-        {-11, "Invalid Primary PathID change"},
-        {-10, "Path attribute too large"},
-        {-9, "Invalid Path Feature Combination"},
-        {-8, "No ECMP Support"},
-        {-7, "No connection"},
-        {-6, "Invalid AFI"},
-        {-5, "RPC error"},
-        {-4, "Too many Paths"},
-        {-3, "Invalid Parameter"},
-        {-2, "Invalid Handle"},
-        {-1, "No memory"},
-        {0, "OK"},
-        {1, "Route created/modified as backup"},
-        {2, "Route changed"},
-        {3, "Route created modified as first backup"},
-        {4, "No change"},
-        {5, "Route exists"},
-        {6, "Maximum routes exceeded"},
-        {7, "System Error"},
-        {8, "Table/VRF limit reached"},
-        {9, "Table/VRF not created"},
-        {10, "Interface Index Parameter Mismatch"},
-        {11, "Unknown Error"},
-        {12, "Invalid RIB Result"},
-        {INT_MAX, "Invalid RIB Result"},
-    };
-    for (const text_case_t &c : cases)
-        EXPECT_STREQ(ribresulttype_to_string(c.result), c.text) << c.result;
+    const char *const texts[] = {// from -12 on
+                                 "Invalid RIB Result",
+                                 "Invalid Primary PathID change",
+                                 "Path attribute too large",
+                                 "Invalid Path Feature Combination",
+                                 "No ECMP Support",
+                                 "No connection",
+                                 "Invalid AFI",
+                                 "RPC error",
+                                 "Too many Paths",
+                                 "Invalid Parameter",
+                                 "Invalid Handle",
+                                 "No memory",
+                                 "OK",
+                                 "Route created/modified as backup",
+                                 "Route changed",
+                                 "Route created modified as first backup",
+                                 "No change",
+                                 "Route exists",
+                                 "Maximum routes exceeded",
+                                 "System Error",
+                                 "Table/VRF limit reached",
+                                 "Table/VRF not created",
+                                 "Interface Index Parameter Mismatch",
+                                 "Unknown Error",
+                                 "Invalid RIB Result"};
+    int result = -12;
+    for (const char *text : texts)
+        EXPECT_STREQ(ribresulttype_to_string(result++), text) << text;
+    EXPECT_EQ(result, 13);
+    EXPECT_STREQ(ribresulttype_to_string(INT_MIN), texts[0]);
+    EXPECT_STREQ(ribresulttype_to_string(INT_MAX), texts[0]);
 }
 
 struct message_case_t {
-    const void *record;
-    const void *record_got;
-    const void *limit;
-    const void *limit_got;
-    const char *mnemonic, *format;
-    const char *flag_and_severity; /* two 16-bit words of the host */
-    const char *id;
+    const void *record, *record_got, *limit, *limit_got;
+    const char *mnemonic, *format, *flag_and_severity, *id; /* as they stand in a host's memory */
     uint32_t limit_value;
 };
 #define MESSAGE(name)                                                                                                            \
@@ -101,5 +92,4 @@ TEST(messages, records)
 }
 
 static_assert(sizeof(tev_msg_rec_t) == 72 && sizeof(tev_msg_limit_t) == 32);
-
 } // namespace

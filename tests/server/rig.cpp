@@ -3,245 +3,145 @@
  */
 #include "tests/server/rig.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
-#include <cctype>
 #include <stdexcept>
 
-bytes_td hex(const char *text)
+bytes_t number(uint64_t value, size_t width)
 {
-    bytes_td bytes;
-    std::string digits;
-    for (; *text; ++text) {
-        if (*text == '#')
-            text += strcspn(text, "\n") - 1;
-        else if (std::isxdigit(static_cast<unsigned char>(*text)))
-            digits += *text;
-        if (digits.size() == 2) {
-            bytes.push_back(static_cast<uint8_t>(std::stoul(digits, nullptr, 16)));
-            digits.clear();
-        }
-    }
+    bytes_t bytes(width);
+    put_net(&bytes, 0, value, width);
     return bytes;
 }
 
-std::string hex_of(const bytes_td &bytes)
+uint32_t get32(const bytes_t &bytes, size_t at)
 {
-    std::string text;
-    for (size_t at = 0; at != bytes.size(); ++at) {
-        char digits[8];
-        snprintf(digits, sizeof digits, "%02x%s", bytes[at], at % 16 == 15 ? "\n" : at % 4 == 3 ? " " : "");
-        text += digits;
-    }
-    return text;
+    return static_cast<uint32_t>(bytes.at(at) << 24 | bytes.at(at + 1) << 16 | bytes.at(at + 2) << 8 | bytes.at(at + 3));
 }
 
-void put_addr(bytes_td &bytes, size_t at, const char *text)
+static void put_addr(bytes_t *bytes, size_t at, const char *text)
 {
-    if (inet_pton(AF_INET6, text, &bytes.at(at)) != 1)
+    if (inet_pton(AF_INET6, text, &bytes->at(at)) != 1)
         throw std::invalid_argument(text);
 }
 
-void append(bytes_td &bytes, const bytes_td &more)
+static std::string addr_at(const bytes_t &bytes, size_t at)
 {
-    bytes.insert(bytes.end(), more.begin(), more.end());
+    char text[INET6_ADDRSTRLEN];
+    return inet_ntop(AF_INET6, &bytes.at(at), text, sizeof text);
 }
 
-static bytes_td path_record(const path_td &path)
+/* A field of bytes: where, what and how wide. */
+struct field_td {
+    size_t at;
+    uint64_t value;
+    size_t width;
+};
+static void put(bytes_t *bytes, const std::vector<field_td> &fields)
 {
-    const size_t fixed = 280;
-    bytes_td bytes(fixed + path.attrs.size());
-    const size_t array = path.withdraw ? 240 : 272;
-    put8(bytes, 0, path.withdraw ? 2 : 1);
-    put_addr(bytes, path.withdraw ? 120 : 160, path.nexthop);
-    put32(bytes, path.withdraw ? 112 : 152, path.interface);
-    put32(bytes, path.withdraw ? 136 : 176, path.table);
-    put16(bytes, array, static_cast<uint16_t>(path.attrs.size()));
-    std::copy(path.attrs.begin(), path.attrs.end(), bytes.begin() + static_cast<std::ptrdiff_t>(array + 4));
-    if (path.withdraw)
-        return bytes;
-    put8(bytes, 2, path.label_count);
-    put32(bytes, 4, path.metric);
-    put32(bytes, 40, 0x100001);
-    put32(bytes, 80, 512);
-    put8(bytes, 95, path.backup ? 0x40 : 0);
-    put8(bytes, 224, 2);
-    put32(bytes, 228, path.ext_mask);
+    for (const field_td &field : fields)
+        put_net(bytes, field.at, field.value, field.width);
+}
+
+static bytes_t path_record(const path_td &path)
+{
+    const size_t to = path.withdraw ? 112 : 152, attrs = path.withdraw ? 240 : 272;
+    bytes_t bytes = path.withdraw ? hex("02 @280") : hex("01 @40 00100001 @80 00000200 @224 02 @280");
+    put(&bytes, {{to, path.interface, 4}, {to + 24, path.table, 4}, {attrs, path.attrs.size(), 2}});
+    put_addr(&bytes, to + 8, path.nexthop);
+    if (!path.withdraw) {
+        put(&bytes, {{2, path.label_count, 1}, {4, path.metric, 4}, {228, path.ext_mask, 4}});
+        bytes[95] = path.backup ? 0x40 : 0;
+    }
+    bytes = slice(bytes, 0, attrs + 4) + path.attrs + slice(bytes, attrs + 4, 280);
     for (uint32_t bit = 0; bit != 6; ++bit)
         if (path.ext_mask >> bit & 1)
             bytes.insert(bytes.end(), bit == 0 ? 24 : 8, 0xB0);
     return bytes;
 }
 
-bytes_td record(const route_td &route)
+bytes_t record(const route_td &route)
 {
-    bytes_td bytes(336 + route.attrs.size());
     const bool primary = std::any_of(route.paths.begin(), route.paths.end(), [](const path_td &path) { return !path.backup; });
-    put8(bytes, 0, 1);
-    put8(bytes, 1, route.len);
-    put8(bytes, 2, 14);
-    put16(bytes, 4, static_cast<uint16_t>(route.paths.size()));
-    put32(bytes, 8, primary ? 0 : 0x8000);
-    put32(bytes, 12, route.metric);
-    put32(bytes, 20, 0x100001);
-    put8(bytes, 32, route.replace);
-    put8(bytes, 40, route.distance);
-    put_addr(bytes, 48, route.prefix);
-    put16(bytes, 64, static_cast<uint16_t>(route.attrs.size()));
-    std::copy(route.attrs.begin(), route.attrs.end(), bytes.begin() + 68);
+    bytes_t bytes = hex("01 00 0e @20 00100001 @336");
+    put(&bytes, {{1, route.len, 1}, {4, route.paths.size(), 2}, {8, primary ? 0u : 0x8000u, 4}, {12, route.metric, 4}});
+    put(&bytes, {{32, route.replace, 1}, {40, route.distance, 1}, {64, route.attrs.size(), 2}});
+    put_addr(&bytes, 48, route.prefix);
+    bytes = slice(bytes, 0, 68) + route.attrs + slice(bytes, 68, 336);
     for (const path_td &path : route.paths)
-        append(bytes, path_record(path));
+        bytes = bytes + path_record(path);
     return bytes;
 }
 
-bytes_td table_record(rib_tableid_td table, rib_protoid_td protoid)
+bytes_t table_record(rib_tableid_td table, rib_protoid_td protoid)
 {
-    bytes_td bytes(12);
-    put8(bytes, 0, 6);
-    put16(bytes, 2, protoid);
-    put32(bytes, 8, table);
-    return bytes;
+    return hex("06 00") + number(protoid, 2) + bytes_t(4) + number(table);
 }
 
-bytes_td complete_marker()
+static bytes_t batch(bytes_t header, const std::vector<bytes_t> &records)
 {
-    return hex("03 000000");
-}
-
-bytes_td converge_marker(rib_tableid_td table)
-{
-    bytes_td bytes = hex("04 000000 00000000 00000000");
-    put32(bytes, 4, table);
-    return bytes;
-}
-
-static bytes_td batch(uint16_t argument, bytes_td header, const std::vector<bytes_td> &records)
-{
-    for (const bytes_td &bytes : records)
-        append(header, bytes);
-    put8(header, 0, 0x73);
-    put8(header, 1, 0x80);
-    put32(header, 20, static_cast<uint32_t>(header.size()));
-    put16(header, 40, argument);
+    for (const bytes_t &bytes : records)
+        header = header + bytes;
+    put(&header, {{20, header.size(), 4}});
     return header;
 }
 
-bytes_td single_batch(rib_tableid_td table, rib_protoid_td protoid, const std::vector<bytes_td> &records)
+bytes_t single_batch(rib_tableid_td table, rib_protoid_td protoid, const std::vector<bytes_t> &records)
 {
-    bytes_td header(48);
-    put32(header, 24, table);
-    put16(header, 28, protoid);
-    return batch(0, header, records);
+    return batch(hex("73 80 @24") + number(table) + number(protoid, 2) + bytes_t(18), records);
 }
 
-bytes_td multi_batch(const std::vector<bytes_td> &records)
+bytes_t multi_batch(const std::vector<bytes_t> &records)
 {
-    return batch(1, bytes_td(48), records);
+    return batch(hex("73 80 @40 0001 @48"), records);
 }
 
-bytes_td request(uint32_t command, const bytes_td &body, size_t delimiter_at, size_t sent)
+bytes_t request(uint32_t command, const bytes_t &body, size_t zeros)
 {
-    bytes_td bytes = hex("0080a505");
-    bytes.resize(24 + sent);
-    put32(bytes, 20, command);
-    std::copy(body.begin(), body.begin() + static_cast<std::ptrdiff_t>(delimiter_at), bytes.begin() + 24);
-    return bytes;
+    return hex("0080a505 @20") + number(command) + body + bytes_t(zeros);
 }
 
-bytes_td bind_request(const std::string &process, const std::string &node)
+bytes_t bind_request(const std::string &process, const std::string &node)
 {
-    bytes_td body(172);
-    put32(body, 0, 1);
-    put_text(body, 80, node);
-    put_text(body, 112, process);
-    put16(body, 156, 44);
-    put16(body, 158, 4);
-    put8(body, 160, 2);
-    return request(0x18, body, 172, 172);
+    return request(24, hex("00000001 @80 '" + node + "' @112 '" + process + "' @156 002c 0004 02 @172"), 0);
 }
 
-bytes_td register_request(const std::string &name, const std::string &instance, const std::vector<uint32_t> &words)
+bytes_t register_request(const std::string &name, const std::string &instance, const std::vector<uint32_t> &words)
 {
-    bytes_td body(112);
-    put_text(body, 0, name);
-    put_text(body, 41, instance);
-    for (size_t word = 0; word != words.size(); ++word)
-        put32(body, 84 + 4 * word, words[word]);
-    return request(9, body, 112, 120);
+    bytes_t body = hex("'" + name + "' @41 '" + instance + "' @84");
+    for (const uint32_t word : words)
+        body = body + number(word);
+    body.resize(112);
+    return request(9, body);
 }
 
-/* Where command has its identifier and its word; the rest of its body is zero. */
-bytes_td protoid_request(uint32_t command, rib_protoid_td protoid, uint32_t word)
+bytes_t protoid_request(uint32_t command, rib_protoid_td protoid, uint32_t word)
 {
     const bool word_first = command == 11 || command == 19 || command == 30;
-    const size_t size = command == 11 ? 20 : command == 7 || command == 30 ? 16 : 8;
-    bytes_td body(size);
-    put16(body, word_first ? 4 : 0, protoid);
-    put32(body, word_first ? 0 : 4, word);
-    if (word_first && command != 19)
-        put32(body, 8, 0);
-    return request(command, body, size, size + 8);
+    bytes_t body = word_first ? number(word) + number(protoid, 2) : number(protoid, 2) + bytes_t(2) + number(word);
+    body.resize(command == 11 ? 20 : command == 7 || command == 30 ? 16 : 8);
+    return request(command, body);
 }
 
-bytes_td purge_client_request(const std::string &process, const std::string &node)
+bytes_t status_request(rib_tableid_td table)
 {
-    bytes_td body(76);
-    put_text(body, 0, process);
-    put_text(body, 40, node);
-    return request(29, body, 76, 84);
+    return request(23, number(table));
 }
 
-bytes_td status_request(rib_tableid_td table)
+bytes_t lookup_request(const char *addr, uint32_t length, uint32_t flags, rib_tableid_td table)
 {
-    bytes_td body(4);
-    put32(body, 0, table);
-    return request(23, body, 4, 12);
+    bytes_t body(32);
+    put(&body, {{0, table, 4}, {24, length, 4}, {28, flags, 4}});
+    put_addr(&body, 8, addr);
+    return request(6, body);
 }
 
-bytes_td lookup_request(const char *addr, uint32_t length, uint32_t flags, rib_tableid_td table)
+std::string results_of(const bytes_t &reply)
 {
-    bytes_td body(32);
-    put32(body, 0, table);
-    put_addr(body, 8, addr);
-    put32(body, 24, length);
-    put32(body, 28, flags);
-    return request(6, body, 32, 40);
-}
-
-rib_session &rig_td::client(const std::string &process)
-{
-    rib_session *session = rib_server_connect(server, {});
-    if (result_of(*session, bind_request(process, "node1")) != 0)
-        throw std::runtime_error("bind");
-    return *session;
-}
-
-bytes_td rig_td::send(rib_session &session, bytes_td message)
-{
-    message.shrink_to_fit();
-    bytes_td reply;
-    const size_t len = rib_server_handle(server, session, message.data(), message.size(), [&](size_t room) {
-        reply.assign(room, OLD_BYTE);
-        return reply.data();
-    });
-    reply.resize(len);
-    return reply;
-}
-
-rib_protoid_td rig_td::add_protocol(rib_session &session, const std::string &name, std::vector<uint32_t> words)
-{
-    const bytes_td reply = send(session, register_request(name, "", words));
-    return static_cast<rib_protoid_td>(get32(reply, 2));
-}
-
-int16_t status_of(const bytes_td &reply)
-{
-    return static_cast<int16_t>(get32(reply, 24) >> 16);
-}
-
-std::string results_of(const bytes_td &reply)
-{
-    if (status_of(reply) != 1)
-        return "status " + std::to_string(status_of(reply)) + " in " + std::to_string(reply.size()) + " bytes";
+    const auto status = static_cast<int16_t>(get32(reply, 24) >> 16);
+    if (status != 1)
+        return "status " + std::to_string(status) + " in " + std::to_string(reply.size()) + " bytes";
     std::string text;
     const auto word = [&](size_t at) { return std::to_string(static_cast<int32_t>(get32(reply, at))); };
     for (size_t at = 48; at != reply.size();) {
@@ -260,15 +160,37 @@ std::string results_of(const bytes_td &reply)
     return text;
 }
 
-std::string found(rig_td &rig, rib_session &session, const bytes_td &lookup)
+rib_session &rig_td::client(const std::string &process)
 {
-    const bytes_td reply = rig.send(session, lookup);
-    if (get32(reply, 0) != 0)
-        return get32(reply, 0) == 0x42D29400 ? "none" : std::to_string(get32(reply, 0));
-    char prefix[INET6_ADDRSTRLEN];
-    char nexthop[INET6_ADDRSTRLEN];
-    inet_ntop(AF_INET6, &reply.at(16 + 16), prefix, sizeof prefix);
-    inet_ntop(AF_INET6, &reply.at(16 + 128 + 8 + 16), nexthop, sizeof nexthop);
-    return std::string(prefix) + "/" + std::to_string(reply.at(16)) + " state " + std::to_string(reply.at(18)) + " protocol " +
-           std::to_string(reply.at(27)) + " via " + nexthop + " of " + std::to_string(reply.at(19));
+    rib_session *session = rib_server_connect(server, {});
+    if (result_of(*session, bind_request(process, "node1")) != 0)
+        throw std::runtime_error("bind");
+    return *session;
+}
+
+bytes_t rig_td::send(rib_session &session, bytes_t message)
+{
+    message.shrink_to_fit();
+    bytes_t reply;
+    const size_t len = rib_server_handle(server, session, message.data(), message.size(), [&](size_t room) {
+        reply.assign(room, OLD_BYTE);
+        return reply.data();
+    });
+    reply.resize(len);
+    return reply;
+}
+
+rib_protoid_td rig_td::add_protocol(rib_session &session, const std::string &name, const std::vector<uint32_t> &words)
+{
+    return static_cast<rib_protoid_td>(get32(send(session, register_request(name, "", words)), 2));
+}
+
+std::string rig_td::found(rib_session &session, const char *addr, uint32_t length, uint32_t flags)
+{
+    const bytes_t reply = send(session, lookup_request(addr, length, flags));
+    if (const errcode result = get32(reply, 0))
+        return result == NOT_FOUND ? "none" : std::to_string(result);
+    const auto at = [&](size_t place) { return std::to_string(reply.at(place)); };
+    return addr_at(reply, 32) + "/" + at(16) + " state " + at(18) + " protocol " + at(27) + " " + addr_at(reply, 168) + " of " +
+           at(19);
 }

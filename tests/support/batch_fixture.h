@@ -1,13 +1,34 @@
 /*
- * What the tests of batch records share: owned buffers, addresses with recognisable bytes, and the records as they travel.
+ * What the tests of batch records share: owned buffers and a view of their inside, addresses with recognisable bytes, and
+ * the records as they travel.
  */
 #pragma once
 
+#include <cstring>
 #include <memory>
 #include <string>
 
-#include "tests/support/batch_view.h"
 #include "tests/support/client_test.h"
+
+/* A buffer by offset: the control words, then the message with its 48-byte header and its data. */
+struct batch_view_t {
+    const rib_batch_buffer *buffer;
+
+    uint32_t capacity() const { return word(0); }
+    uint32_t send_limit() const { return word(1); }
+    uint32_t data_len() const { return word(2); }
+    uint32_t last_rec_off() const { return word(3); }
+    bytes_t header() const { return bytes_at(start() + 32, 48); }
+    bytes_t data() const { return data(0, data_len()); }
+    /* Data bytes whether or not they count yet: records that are still open lie behind data_len(). */
+    bytes_t data(size_t offset, size_t len) const { return bytes_at(start() + 80 + offset, len); }
+    /* The control words and everything that lies in the data area. */
+    bytes_t all() const { return bytes_at(buffer, 80 + data_len()); }
+
+private:
+    const char *start() const { return reinterpret_cast<const char *>(buffer); }
+    uint32_t word(size_t number) const { return reinterpret_cast<const uint32_t *>(buffer)[number]; }
+};
 
 struct batch_buffer_free {
     void operator()(rib_batch_buffer *buffer) const { ipv6_rib_batch_buffer_free(buffer); }
@@ -22,9 +43,7 @@ inline batch_buffer_owner allocate_batch(int small = 0)
 inline constexpr const char *PREFIX_BYTES = "20010db8 01020304 05060708 090a0b0c";
 inline constexpr const char *NEXTHOP_BYTES = "fe800000 11121314 15161718 191a1b1c";
 inline constexpr const char *SOURCE_BYTES = "20010db8 21222324 25262728 292a2b2c";
-inline const in6_addr PREFIX = address(PREFIX_BYTES);
-inline const in6_addr NEXTHOP = address(NEXTHOP_BYTES);
-inline const in6_addr SOURCE = address(SOURCE_BYTES);
+inline const in6_addr PREFIX = address(PREFIX_BYTES), NEXTHOP = address(NEXTHOP_BYTES), SOURCE = address(SOURCE_BYTES);
 
 /*
  * The route of add_route(PREFIX, 48, 0x0506, 0) as it travels: with that many paths (four hex digits), and with its
@@ -39,4 +58,18 @@ inline std::string plain_route(const char *paths, bool no_primary)
 inline rib_batch_buffer_result add_plain_route(rib_batch_buffer *buffer)
 {
     return ipv6_rib_batch_buffer_add_route(buffer, &PREFIX, 48, 0x0506, 0);
+}
+inline rib_batch_buffer_result add_path(rib_batch_buffer *b)
+{
+    return ipv6_rib_batch_buffer_add_path(b, 0x11121314, 0x0102030405060708, &NEXTHOP, &SOURCE, 0x21222324, 0x31323334, 0x4142);
+}
+
+/* Adds routes until no further one is within the length, then markers: leaves the buffer filled to exactly that. */
+inline void fill_to(rib_batch_buffer *buffer, uint32_t len)
+{
+    const batch_view_t view{buffer};
+    while (len - view.data_len() >= 336 + 336)
+        ASSERT_EQ(add_plain_route(buffer), RIB_BATCH_BUFFER_OK);
+    while (view.data_len() < len)
+        ASSERT_EQ(ipv6_rib_batch_buffer_complete(buffer), RIB_BATCH_BUFFER_OK);
 }

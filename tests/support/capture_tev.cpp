@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <mutex>
 #include <ostream>
 #include <utility>
@@ -28,6 +29,12 @@ std::vector<tev_line_t> captured_tev()
 {
     const std::lock_guard guard(capture_lock);
     return std::exchange(lines(), {});
+}
+
+tev_line_t lock_fatal(const char *function, const char *operation, int error)
+{
+    return {"ERR_LOCK_FATAL", 3,
+            std::string(function) + " Pthread " + operation + ", unexpected fatal error [" + std::strerror(error) + "]"};
 }
 
 extern "C" void tev_errmsg(const tev_msg_rec_t *record, int level, ...)

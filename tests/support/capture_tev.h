@@ -16,3 +16,5 @@ std::ostream &operator<<(std::ostream &out, const tev_line_t &line);
 
 /* Every record raised since the last call, oldest first. */
 std::vector<tev_line_t> captured_tev();
+/* What is raised when an operation on a lock or channel fails that never should. */
+tev_line_t lock_fatal(const char *function, const char *operation, int error);

@@ -18,6 +18,10 @@
 /* What the server answers to bind data: result, node id 0x1a2b3c4d, client id 0x00c0ffee, format version 1, end. */
 inline constexpr const char *BIND_REPLY = "00000000 1a2b3c4d 00c0ffee 00*4 0068 0008 01 01 0000 00000001 00*8";
 
+/* How the library dies of an address that is not there. */
+inline constexpr const char *NO_ADDRESS =
+    "ip/rib/ipv6/src/rib_ipv6_addr_public_funcs.*rib_copy_addr.*Assertion `src != \\(\\(void\\*\\)0\\)' failed";
+
 inline in6_addr address(std::string_view text)
 {
     const bytes_t bytes = hex(text);
@@ -49,7 +53,7 @@ protected:
     ipv6_rib_conn_p bind()
     {
         fake_msg_chan().answer(BIND_REPLY);
-        EXPECT_EQ(ipv6_rib_bind(&conn), fake_msg_chan_t::FIRST_CONNID);
+        EXPECT_GT(ipv6_rib_bind(&conn), 0);
         fake_msg_chan().forget_calls();
         return conn;
     }

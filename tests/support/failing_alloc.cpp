@@ -24,11 +24,6 @@ size_t failing_alloc::count() const
     return asked;
 }
 
-static bool fails_now()
-{
-    return ++asked == failing;
-}
-
 extern "C" {
 void *__real_malloc(size_t size);
 void *__real_calloc(size_t count, size_t size);
@@ -38,11 +33,11 @@ __attribute__((visibility("default"))) void *__wrap_calloc(size_t count, size_t 
 
 void *__wrap_malloc(size_t size)
 {
-    return fails_now() ? nullptr : __real_malloc(size);
+    return ++asked == failing ? nullptr : __real_malloc(size);
 }
 
 void *__wrap_calloc(size_t count, size_t size)
 {
-    return fails_now() ? nullptr : __real_calloc(count, size);
+    return ++asked == failing ? nullptr : __real_calloc(count, size);
 }
 }

@@ -8,20 +8,16 @@
 #include <cstring>
 #include <memory>
 
-static std::unique_ptr<fake_msg_chan_t> &running()
-{
-    static auto chan = std::make_unique<fake_msg_chan_t>();
-    return chan;
-}
+static auto running = std::make_unique<fake_msg_chan_t>();
 
 fake_msg_chan_t &fake_msg_chan()
 {
-    return *running();
+    return *running;
 }
 
 void fake_msg_chan_reset()
 {
-    running() = std::make_unique<fake_msg_chan_t>();
+    running = std::make_unique<fake_msg_chan_t>();
 }
 
 static int failed(int error)
@@ -119,15 +115,5 @@ int msg_get_conn_connid(uint32_t chan, int32_t *connid)
 int msg_send(uint32_t chan, const void *msg, size_t len, void *reply, size_t room)
 {
     return fake_msg_chan().send(chan, msg, len, reply, room);
-}
-
-int msg_conn_save_datum(uint32_t, msg_clinfo_datum_h)
-{
-    return failed(EBADF);
-}
-
-int msg_conn_get_datum(uint32_t, msg_clinfo_datum_h *)
-{
-    return failed(EBADF);
 }
 }

@@ -23,6 +23,7 @@ struct chan_connect_t {
     uint32_t flags;
     uint32_t reserved;
     bytes_t version; /* the descriptor of a versioned connect, else empty */
+    bool operator==(const chan_connect_t &) const = default;
 };
 
 struct chan_message_t {
@@ -64,7 +65,6 @@ public:
     std::vector<std::string> calls;
 
     void forget_calls();
-    size_t unused_answers() const { return answers_.size(); }
 
     int connect(const char *service, uint32_t flags, uint32_t reserved, uint32_t *chan, const msg_chan_version_t *version);
     int disconnect(const uint32_t *chan);

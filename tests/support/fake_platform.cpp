@@ -21,11 +21,7 @@ struct fakes_t {
     fake_ptd_t ptd;
 };
 
-std::unique_ptr<fakes_t> &fakes()
-{
-    static auto kept = std::make_unique<fakes_t>();
-    return kept;
-}
+auto fakes = std::make_unique<fakes_t>();
 
 int result_of(int error)
 {
@@ -37,22 +33,22 @@ int result_of(int error)
 
 fake_identity_t &fake_identity()
 {
-    return fakes()->identity;
+    return fakes->identity;
 }
 
 fake_events_t &fake_events()
 {
-    return fakes()->events;
+    return fakes->events;
 }
 
 fake_ptd_t &fake_ptd()
 {
-    return fakes()->ptd;
+    return fakes->ptd;
 }
 
 void fake_platform_reset()
 {
-    fakes() = std::make_unique<fakes_t>();
+    fakes = std::make_unique<fakes_t>();
 }
 
 event_manager_t *fake_manager(unsigned number)

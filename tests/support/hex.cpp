@@ -11,98 +11,56 @@
 namespace
 {
 
-/* Reads one text; the cursor moves from token to token. */
-class hex_reader
+[[noreturn]] void refuse(std::string_view what, std::string_view at)
 {
-public:
-    explicit hex_reader(std::string_view text) : rest_(text) {}
+    throw std::invalid_argument(std::string(what) + " at: " + std::string(at));
+}
 
-    bytes_t read()
-    {
-        while (skip_space())
-            token();
-        return bytes_;
-    }
+/* The number behind an operator; both are taken off the text. */
+size_t take_number(std::string_view *text)
+{
+    const size_t digits = std::min(text->find_first_not_of("0123456789", 1), text->size()) - 1;
+    if (digits == 0 || digits > 7) /* a space was forgotten behind it */
+        refuse("number expected", *text);
+    const size_t value = std::stoul(std::string(text->substr(1, digits)));
+    text->remove_prefix(1 + digits);
+    return value;
+}
 
-private:
-    bool skip_space()
-    {
-        while (!rest_.empty()) {
-            if (rest_.substr(0, 2) == "//")
-                rest_.remove_prefix(std::min(rest_.size(), rest_.find('\n')));
-            else if (std::isspace(static_cast<unsigned char>(rest_.front())))
-                rest_.remove_prefix(1);
-            else
-                return true;
-        }
-        return false;
-    }
+void fill_to(bytes_t *bytes, std::string_view *text)
+{
+    const size_t offset = take_number(text);
+    if (offset < bytes->size())
+        throw std::invalid_argument("@" + std::to_string(offset) + " stands at " + std::to_string(bytes->size()));
+    bytes->resize(offset);
+}
 
-    void token()
-    {
-        if (rest_.front() == '@')
-            fill_to();
-        else if (rest_.front() == '\'')
-            text();
-        else if (rest_.front() == '*')
-            repeat();
-        else
-            byte();
-    }
+void repeat(bytes_t *bytes, std::string_view *text)
+{
+    const size_t times = take_number(text);
+    if (bytes->empty() || times == 0)
+        refuse("nothing to repeat", *text);
+    bytes->insert(bytes->end(), times - 1, bytes->back());
+}
 
-    size_t number()
-    {
-        rest_.remove_prefix(1);
-        size_t value = 0, digits = 0;
-        while (digits < rest_.size() && std::isdigit(static_cast<unsigned char>(rest_[digits])))
-            value = value * 10 + static_cast<size_t>(rest_[digits++] - '0');
-        if (digits == 0 || digits > 7) /* a space was forgotten behind it */
-            throw std::invalid_argument("number expected at: " + std::string(rest_));
-        rest_.remove_prefix(digits);
-        return value;
-    }
+void characters(bytes_t *bytes, std::string_view *text)
+{
+    const size_t end = text->find('\'', 1);
+    if (end == std::string_view::npos)
+        refuse("open text", *text);
+    bytes->insert(bytes->end(), text->begin() + 1, text->begin() + end);
+    text->remove_prefix(end + 1);
+}
 
-    void fill_to()
-    {
-        const size_t offset = number();
-        if (offset < bytes_.size())
-            throw std::invalid_argument("@" + std::to_string(offset) + " stands at " + std::to_string(bytes_.size()));
-        bytes_.resize(offset);
-    }
-
-    void repeat()
-    {
-        const size_t times = number();
-        if (bytes_.empty() || times == 0)
-            throw std::invalid_argument("nothing to repeat");
-        bytes_.insert(bytes_.end(), times - 1, bytes_.back());
-    }
-
-    void text()
-    {
-        const size_t end = rest_.find('\'', 1);
-        if (end == std::string_view::npos)
-            throw std::invalid_argument("open text: " + std::string(rest_));
-        bytes_.insert(bytes_.end(), rest_.begin() + 1, rest_.begin() + static_cast<std::ptrdiff_t>(end));
-        rest_.remove_prefix(end + 1);
-    }
-
-    void byte()
-    {
-        const auto digit = [this](size_t at) {
-            static constexpr std::string_view digits = "0123456789abcdef";
-            const size_t value = at < rest_.size() ? digits.find(rest_[at]) : std::string_view::npos;
-            if (value == std::string_view::npos)
-                throw std::invalid_argument("two hex digits expected at: " + std::string(rest_));
-            return static_cast<unsigned>(value);
-        };
-        bytes_.push_back(static_cast<uint8_t>(digit(0) << 4 | digit(1)));
-        rest_.remove_prefix(2);
-    }
-
-    std::string_view rest_;
-    bytes_t bytes_;
-};
+void byte(bytes_t *bytes, std::string_view *text)
+{
+    static constexpr std::string_view digits = "0123456789abcdef";
+    const size_t high = digits.find(text->front()), low = text->size() > 1 ? digits.find((*text)[1]) : digits.npos;
+    if (high == digits.npos || low == digits.npos)
+        refuse("two hex digits expected", *text);
+    bytes->push_back(static_cast<uint8_t>(high << 4 | low));
+    text->remove_prefix(2);
+}
 
 std::string around(const bytes_t &bytes, size_t offset)
 {
@@ -120,7 +78,18 @@ std::string around(const bytes_t &bytes, size_t offset)
 
 bytes_t hex(std::string_view text)
 {
-    return hex_reader(text).read();
+    bytes_t bytes;
+    while (!text.empty())
+        if (text.starts_with("//"))
+            text.remove_prefix(std::min(text.size(), text.find('\n')));
+        else if (std::isspace(static_cast<unsigned char>(text.front())))
+            text.remove_prefix(1);
+        else
+            (text.front() == '@'    ? fill_to
+             : text.front() == '*'  ? repeat
+             : text.front() == '\'' ? characters
+                                    : byte)(&bytes, &text);
+    return bytes;
 }
 
 bytes_t bytes_at(const void *place, size_t len)
@@ -146,6 +115,18 @@ void put_net(bytes_t *bytes, size_t offset, uint64_t number, size_t width)
 {
     for (size_t at = offset + width; at-- > offset; number >>= 8)
         bytes->at(at) = static_cast<uint8_t>(number);
+}
+
+bytes_t tlv(uint16_t type, const bytes_t &value, bool host_order)
+{
+    bytes_t record(8);
+    put_net(&record, 4, type, 2);
+    put_net(&record, 6, value.size(), 2);
+    if (host_order) {
+        std::swap(record[4], record[5]);
+        std::swap(record[6], record[7]);
+    }
+    return record + value;
 }
 
 testing::AssertionResult same_bytes(const bytes_t &got, const bytes_t &expected)

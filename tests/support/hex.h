@@ -29,6 +29,10 @@ bytes_t operator+(const bytes_t &first, const bytes_t &second);
 /* Writes a number into bytes, most significant byte first, as numbers travel. */
 void put_net(bytes_t *bytes, size_t offset, uint64_t number, size_t width);
 
+/* One record of a list, and what ends a list; the header of the record as it travels or as the host keeps it. */
+bytes_t tlv(uint16_t type, const bytes_t &value, bool host_order = false);
+inline const bytes_t DELIMITER(8);
+
 /* Equal, or a failure that shows both around the first difference, in the same notation. */
 testing::AssertionResult same_bytes(const bytes_t &got, const bytes_t &expected);
 inline testing::AssertionResult same_bytes(const bytes_t &got, std::string_view expected)

@@ -45,64 +45,47 @@ std::string long_text()
 }
 
 struct unpacked {
+    unpacked(const bytes_t &packed, size_t piece)
+    {
+        const auto from = unpacked_input(std::make_unique<memory_input>(packed, piece));
+        text = drained(*from);
+        broken = from->broken();
+        packing = from->packing();
+    }
     std::string text, broken, packing;
 };
 
-unpacked unpack(const bytes_t &packed, size_t piece)
-{
-    const auto from = unpacked_input(std::make_unique<memory_input>(packed, piece));
-    unpacked result;
-    result.text = drained(*from);
-    result.broken = from->broken();
-    result.packing = from->packing();
-    return result;
-}
-
-struct packing_case {
-    const char *name;
-    bytes_t (*pack)(std::string_view);
-};
-const packing_case packings[] = {{"gzip", gzipped}, {"bzip2", bzip2ed}};
+const std::pair<std::string, bytes_t (*)(std::string_view)> packings[] = {{"gzip", gzipped}, {"bzip2", bzip2ed}};
 
 } // namespace
 
 TEST(input, unpacks_by_content_however_it_arrives)
 {
     const std::string text = long_text();
-    for (const packing_case &c : packings) {
-        const bytes_t once = c.pack(text), twice = c.pack("first\n") + c.pack("") + c.pack(text);
+    for (const auto &[name, pack] : packings)
         for (const size_t piece : {size_t{7}, size_t{1} << 20}) {
-            const unpacked one = unpack(once, piece), several = unpack(twice, piece);
-            EXPECT_EQ(one.packing, c.name);
-            EXPECT_TRUE(one.text == text && one.broken.empty()) << c.name << one.broken;
-            EXPECT_TRUE(several.text == "first\n" + text && several.broken.empty()) << c.name << several.broken;
+            const unpacked several(pack("first\n") + pack("") + pack(text), piece);
+            EXPECT_EQ(several.packing, name);
+            EXPECT_TRUE(several.text == "first\n" + text && several.broken.empty()) << name << several.broken;
         }
-    }
-    EXPECT_EQ(unpack(bytes_of("BZ, plain"), 1).text, "BZ, plain");
-    EXPECT_EQ(unpack({}, 1).text, "");
+    EXPECT_EQ(unpacked(bytes_of("BZ, plain"), 1).text, "BZ, plain");
+    EXPECT_EQ(unpacked({}, 1).text, "");
 }
 
-TEST(input, cut_data_gives_what_was_whole_and_says_so)
+TEST(input, cut_or_damaged_data_gives_what_was_whole_and_says_so)
 {
     const std::string text = long_text();
-    for (const packing_case &c : packings) {
-        const bytes_t whole = c.pack(text);
+    for (const auto &[name, pack] : packings) {
+        bytes_t whole = pack(text);
         for (const size_t len : {size_t{5}, whole.size() / 3, whole.size() - 1}) {
-            const unpacked part = unpack(slice(whole, 0, len), 4096);
-            EXPECT_EQ(part.broken, std::string("the ") + c.name + " data ends early") << len;
+            const unpacked part(slice(whole, 0, len), 4096);
+            EXPECT_EQ(part.broken, "the " + name + " data ends early") << len;
             EXPECT_TRUE(text.starts_with(part.text));
-            EXPECT_GE(part.text.size() + 200'000, text.size() * len / whole.size()) << c.name;
+            EXPECT_GE(part.text.size() + 200'000, text.size() * len / whole.size()) << name;
         }
-    }
-}
-
-TEST(input, damage_ends_the_data_and_is_told)
-{
-    for (const packing_case &c : packings) {
-        bytes_t damaged = c.pack(long_text());
-        damaged[damaged.size() / 2] ^= 0x55;
-        EXPECT_THAT(unpack(damaged, 4096).broken, testing::HasSubstr("is damaged")) << c.name;
-        EXPECT_THAT(unpack(c.pack("x\n") + bytes_of("more"), 4096).broken, testing::HasSubstr("other data follows")) << c.name;
+        whole[whole.size() / 2] ^= 0x55;
+        EXPECT_THAT(unpacked(whole, 4096).broken, testing::HasSubstr("is damaged")) << name;
+        EXPECT_THAT(unpacked(pack("x\n") + bytes_of("more"), 4096).broken, testing::HasSubstr("other data follows")) << name;
     }
 }
 

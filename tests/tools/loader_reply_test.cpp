@@ -6,9 +6,11 @@
 #include "tools/failure.h"
 #include "tools/loader.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <array>
 #include <cstring>
+#include <tuple>
 
 static bytes_t answer; /* results, from offset 48 of the reply */
 static int status;
@@ -27,39 +29,40 @@ namespace
 {
 
 /* Results for 2001:db8:N::/48 as they come from the server. */
-bytes_t route_result(const char *number, const char *paths, const char *result)
+bytes_t route_result(const std::string &number, uint8_t paths, int result)
 {
-    return hex(std::string("01 30 0000 ") + paths + "@48 20010db8 " + number + "@328 " + result + "@336");
+    bytes_t bytes = hex("01 30 @48 20010db8 " + number + " @336");
+    put_net(&bytes, 4, paths, 2);
+    put_net(&bytes, 328, static_cast<uint32_t>(result), 4);
+    return bytes;
 }
-bytes_t path_result(const char *result)
+bytes_t path_result(uint8_t result)
 {
-    return hex(std::string("01 @40 ") + result + "@280");
+    bytes_t bytes = hex("01 @280");
+    bytes[43] = result;
+    return bytes;
 }
-bytes_t good(const char *number)
+bytes_t good(const std::string &number)
 {
-    return route_result(number, "0001", "00000000") + path_result("00000000");
+    return route_result(number, 1, 0) + path_result(0);
 }
 
-struct reply_case {
-    const char *name;
-    bytes_t answer;
-    uint64_t refused = 0, unanswered = 0, strayed = 0;
-};
+const bytes_t first = good("0001");
 /* Two routes were sent: 2001:db8:1::/48 and 2001:db8:2::/48. */
-const reply_case cases[] = {
-    {"both taken", good("0001") + good("0002")},
-    {"nothing changed is no refusal", good("0001") + route_result("0002", "0001", "00000004") + path_result("00000004")},
-    {"no answer at all", {}, 0, 2},
-    {"one answer is missing", good("0001"), 0, 1},
-    {"the first answer is missing", good("0002"), 0, 1, 1},
-    {"an answer too many", good("0001") + good("0002") + good("0003"), 0, 0, 1},
-    {"in the wrong order", good("0002") + good("0001"), 0, 0, 2},
-    {"a path without answer", good("0001") + route_result("0002", "0000", "00000000"), 0, 1},
-    {"a path too many",
-     good("0001") + route_result("0002", "0002", "00000000") + path_result("00000000") + path_result("00000000"), 0, 0, 1},
-    {"a refused route", route_result("0001", "0001", "fffffffe") + path_result("00000000") + good("0002"), 1},
-    {"a refused path", good("0001") + route_result("0002", "0001", "00000000") + path_result("00000006"), 1},
-    {"a result cut off", slice(good("0001") + good("0002"), 0, 616 + 336), 0, 1},
+const std::tuple<const char *, bytes_t, std::array<uint64_t, 3>> cases[] = {
+    // refused, unanswered, strayed
+    {"both taken", first + good("0002"), {0, 0, 0}},
+    {"nothing changed is no refusal", first + route_result("0002", 1, 4) + path_result(4), {0, 0, 0}},
+    {"no answer at all", {}, {0, 2, 0}},
+    {"one answer is missing", first, {0, 1, 0}},
+    {"the first answer is missing", good("0002"), {0, 1, 1}},
+    {"an answer too many", first + good("0002") + good("0003"), {0, 0, 1}},
+    {"in the wrong order", good("0002") + first, {0, 0, 2}},
+    {"a path without answer", first + route_result("0002", 0, 0), {0, 1, 0}},
+    {"a path too many", first + route_result("0002", 2, 0) + path_result(0) + path_result(0), {0, 0, 1}},
+    {"a refused route", route_result("0001", 1, -2) + path_result(0) + good("0002"), {1, 0, 0}},
+    {"a refused path", first + route_result("0002", 1, 0) + path_result(6), {1, 0, 0}},
+    {"a result cut off", slice(first + good("0002"), 0, 616 + 336), {0, 1, 0}},
 };
 
 route_loader loader_of_two()
@@ -75,14 +78,13 @@ route_loader loader_of_two()
 TEST(loader_reply, every_route_is_accounted_for)
 {
     status = 1;
-    for (const reply_case &c : cases) {
-        answer = c.answer;
+    for (const auto &[name, reply, expected] : cases) {
+        answer = reply;
         route_loader loader = loader_of_two();
         loader.flush();
-        EXPECT_EQ(loader.counts().refused, c.refused) << c.name;
-        EXPECT_EQ(loader.counts().unanswered, c.unanswered) << c.name;
-        EXPECT_EQ(loader.counts().strayed, c.strayed) << c.name;
-        EXPECT_EQ(loader.counts().sent, 2u) << c.name;
+        const load_counts &got = loader.counts();
+        EXPECT_EQ((std::array{got.refused, got.unanswered, got.strayed}), expected) << name;
+        EXPECT_EQ(got.sent, 2u) << name;
     }
 }
 
@@ -91,12 +93,7 @@ TEST(loader_reply, a_message_that_was_not_processed_fails_the_command)
     answer.clear();
     for (const int refusal : {0, RIB_RESULT_INVALID_PARAMETER, RIB_RESULT_RPC_ERROR}) {
         status = refusal;
-        route_loader loader = loader_of_two();
-        try {
-            loader.flush();
-            ADD_FAILURE() << "status " << refusal << " passed";
-        } catch (const command_failure &failure) {
-            EXPECT_NE(std::string(failure.what()).find(ribresulttype_to_string(refusal)), std::string::npos) << failure.what();
-        }
+        EXPECT_THAT([] { loader_of_two().flush(); },
+                    testing::ThrowsMessage<command_failure>(testing::HasSubstr(ribresulttype_to_string(refusal))));
     }
 }

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <tuple>
+
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -21,6 +23,14 @@ const bytes_t peers = hex("5637a000 000d 0001 0000004c  01020304 0003 'abc' 0003
 #define ENTRY_1(peer, last) peer " 5637a001 001d " LEN_1 NEXTHOP(last)
 #define ENTRY_2(peer, last) peer " 5637a001 0021 " LEN_2 NEXTHOP(last)
 
+std::string joined(const std::vector<std::string> &lines)
+{
+    std::string all;
+    for (const std::string &line : lines)
+        all += (all.empty() ? "" : "; ") + line;
+    return all;
+}
+
 /* A record of TABLE_DUMP_V2 around its body. */
 bytes_t record(uint16_t subtype, std::string_view body)
 {
@@ -31,69 +41,45 @@ bytes_t record(uint16_t subtype, std::string_view body)
     return made + inside;
 }
 
-struct record_case {
-    const char *name;
-    uint16_t subtype;
-    const char *body;
-    std::vector<std::string> told;
-};
-const record_case cases[] = {
-    {"the shortest AS path",
-     4,
-     "00000001 20 20010db8 0003" ENTRY_2("0000", "01") ENTRY_1("0001", "02") ENTRY_2("0002", "03"),
-     {"2001:db8::/32 2001:db8::2"}},
-    {"then the lowest peer",
-     4,
-     "00000001 20 20010db8 0002" ENTRY_1("0002", "01") ENTRY_1("0001", "02"),
-     {"2001:db8::/32 2001:db8::2"}},
-    {"then the lowest path identifier",
-     10,
-     "00000001 20 20010db8 0002 0001 5637a001 00000009 001d" LEN_1 NEXTHOP("01") "0001 5637a001 00000008 001d" LEN_1 NEXTHOP(
-         "02"),
-     {"2001:db8::/32 2001:db8::2"}},
-    {"a length within a byte, with bits behind it",
-     4,
-     "00000001 1d 20010dbf 0001" ENTRY_1("0000", "01"),
-     {"2001:db8::/29 2001:db8::1"}},
-    {"the default route", 4, "00000001 00 0001" ENTRY_1("0000", "01"), {"::/0 2001:db8::1"}},
-    {"a host route", 4, "00000001 80 20010db8 00*11 07 0001" ENTRY_1("0000", "01"), {"2001:db8::7/128 2001:db8::1"}},
-    {"a prefix that is too long", 4, "00000001 81 20010db8 00*13 0001" ENTRY_1("0000", "01"), {"!88 the prefix length is 129"}},
-    {"no entries", 4, "00000001 20 20010db8 0000", {"!88 the prefix has no entries"}},
-    {"fewer entries than it says",
-     4,
-     "00000001 20 20010db8 0002" ENTRY_1("0000", "01"),
-     {"!88 the entries run over their record"}},
-    {"bytes behind the entries",
-     4,
-     "00000001 20 20010db8 0001" ENTRY_1("0000", "01") "ff",
-     {"2001:db8::/32 2001:db8::1", "!88 1 bytes follow the last entry; the route was taken"}},
-    {"a bad entry beside a good one",
-     4,
-     "00000001 20 20010db8 0002 0000 5637a001 0003 40 02 00" ENTRY_2("0001", "02"),
-     {"2001:db8::/32 2001:db8::2", "!88 entry 0 was left out: it has no IPv6 next hop"}},
-    {"a peer that is not listed",
-     4,
-     "00000001 20 20010db8 0001" ENTRY_1("0003", "01"),
-     {"!88 entry 0 was left out: its peer is not in the peer index table"}},
-    {"another table",
-     2,
-     "00000001 08 0a 0000",
-     {"1 records of type 13 (TABLE_DUMP_V2), subtype 2 hold no IPv6 unicast table and were skipped"}},
-    {"a broken peer index table", 1, "01020304 0000 0001 03 0a000001", {"!88 the peer index table runs over its record"}},
+#define P32 "00000001 20 20010db8 " // sequence number and prefix
+#define ENTRY_0 "0001 " ENTRY_1("0000", "01")
+
+const std::tuple<const char *, uint16_t, const char *, const char *> cases[] = {
+    {"the shortest AS path", 4, P32 "0003" ENTRY_2("0000", "01") ENTRY_1("0001", "02") ENTRY_2("0002", "03"),
+     "2001:db8::/32 2001:db8::2"},
+    {"then the lowest peer", 4, P32 "0002" ENTRY_1("0002", "01") ENTRY_1("0001", "02"), "2001:db8::/32 2001:db8::2"},
+    {"then the lowest path identifier", 10,
+     P32 "0002 0001 5637a001 00000009 001d" LEN_1 NEXTHOP("01") "0001 5637a001 00000008 001d" LEN_1 NEXTHOP("02"),
+     "2001:db8::/32 2001:db8::2"},
+    {"bits behind a length within a byte", 4, "00000001 1d 20010dbf" ENTRY_0, "2001:db8::/29 2001:db8::1"},
+    {"the default route", 4, "00000001 00" ENTRY_0, "::/0 2001:db8::1"},
+    {"a host route", 4, "00000001 80 20010db8 00*11 07" ENTRY_0, "2001:db8::7/128 2001:db8::1"},
+    {"a prefix that is too long", 4, "00000001 81 20010db8 00*13" ENTRY_0, "!88 the prefix length is 129"},
+    {"no entries", 4, P32 "0000", "!88 the prefix has no entries"},
+    {"fewer entries than it says", 4, P32 "0002" ENTRY_1("0000", "01"), "!88 the entries run over their record"},
+    {"bytes behind the entries", 4, P32 ENTRY_0 "ff",
+     "2001:db8::/32 2001:db8::1; !88 1 bytes follow the last entry; the route was taken"},
+    {"a bad entry beside a good one", 4, P32 "0002 0000 5637a001 0003 40 02 00" ENTRY_2("0001", "02"),
+     "2001:db8::/32 2001:db8::2; !88 entry 0 was left out: it has no IPv6 next hop"},
+    {"a peer that is not listed", 4, P32 "0001" ENTRY_1("0003", "01"),
+     "!88 entry 0 was left out: its peer is not in the peer index table"},
+    {"another table", 2, "00000001 08 0a 0000",
+     "1 records of type 13 (TABLE_DUMP_V2), subtype 2 hold no IPv6 unicast table and were skipped"},
+    {"a broken peer index table", 1, "01020304 0000 0001 03 0a000001", "!88 the peer index table runs over its record"},
 };
 
 } // namespace
 
 TEST(mrt_reader, records)
 {
-    for (const record_case &c : cases)
+    for (const auto &[name, subtype, body, told] : cases)
         for (const size_t piece : {3u, 1000u})
-            EXPECT_EQ(read_all(peers + record(c.subtype, c.body), piece), c.told) << c.name;
+            EXPECT_EQ(joined(read_all(peers + record(subtype, body), piece)), told) << name;
 }
 
 TEST(mrt_reader, every_cut_is_told_and_costs_only_the_cut_record)
 {
-    const bytes_t first = record(4, "00000001 20 20010db8 0001" ENTRY_1("0000", "01"));
+    const bytes_t first = record(4, P32 ENTRY_0);
     const bytes_t whole = peers + first + record(4, "00000002 20 20010db9 0001" ENTRY_1("0000", "02"));
     for (size_t len = 12; len <= whole.size(); ++len) {
         const auto told = read_all(slice(whole, 0, len));
@@ -122,7 +108,7 @@ TEST(mrt_reader, any_byte_may_be_wrong)
 TEST(mrt_reader, a_record_too_large_to_be_true_is_passed_over)
 {
     bytes_t large = hex("5637a000 000d 0004 01000001") + bytes_t((16 << 20) + 1);
-    const bytes_t behind = peers + record(4, "00000001 00 0001" ENTRY_1("0000", "01"));
+    const bytes_t behind = peers + record(4, "00000001 00" ENTRY_0);
     EXPECT_THAT(read_all(large + behind),
                 ElementsAre("!0 the record has 16777217 bytes, more than any such record can have", "::/0 2001:db8::1"));
     EXPECT_THAT(read_all(hex("5637a000 000d 0004 ffffffff") + behind), ElementsAre(HasSubstr("cut 0 the record has 4294967307")));
