@@ -46,7 +46,7 @@ typedef struct __attribute__((packed)) rib_pathtype {
 /* Value of a record's list of advertising protocols. */
 typedef struct __attribute__((packed)) rib_advertisers {
     uint32_t adv_count;     /* as received */
-    __extension__ uint16_t adv_protoid[]; /* as received */
+    uint16_t adv_protoid[]; /* as received */
 } rib_advertisers;
 
 /* A route with its paths: 11,392 bytes. The fixed part is packed: it travels. */

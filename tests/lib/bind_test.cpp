@@ -49,6 +49,8 @@ TEST_F(bind_test, entry_points_without_event)
         EXPECT_EQ(c.call(nullptr, nullptr), -1);
         EXPECT_EQ(ipv6_rib_conn_p_get_msg_conn(nullptr), 0u);
         EXPECT_EQ(ipv6_rib_get_conn_afi(nullptr), 0xFFFFFFFFu);
+        EXPECT_EQ(ipv6_rib_get_my_client_id(nullptr), 0xFFFFFFFFu);
+        EXPECT_EQ(ipv6_rib_collocated(nullptr), 0);
         EXPECT_TRUE(fake_msg_chan().connects.empty()) << "no handle variable";
         fake_msg_chan().answer(BIND_REPLY);
         /* Without an event manager the bind looks for the first registered one: there is none. */
