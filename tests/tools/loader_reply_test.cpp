@@ -8,6 +8,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <tuple>
@@ -20,7 +21,7 @@ int ipv6_rib_batch_buffer_send(ipv6_rib_conn_p, rib_batch_buffer *buffer, void *
     const auto len = static_cast<uint32_t>(48 + answer.size());
     std::memset(reply, 0, 48);
     std::memcpy(reply, &len, sizeof len); // in host order, as the library leaves it
-    std::memcpy(static_cast<uint8_t *>(reply) + 48, answer.data(), answer.size());
+    std::copy(answer.begin(), answer.end(), static_cast<uint8_t *>(reply) + 48);
     ipv6_rib_batch_buffer_clear(buffer);
     return status;
 }
