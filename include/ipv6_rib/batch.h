@@ -31,9 +31,10 @@ typedef enum rib_batch_buffer_result {
 IPV6_RIB_API rib_batch_buffer *ipv6_rib_batch_buffer_allocate(int small);
 /** Releases a buffer; NULL is allowed. */
 IPV6_RIB_API void ipv6_rib_batch_buffer_free(rib_batch_buffer *buffer);
-/** Makes it a buffer for the routes of one protocol in one table. Records in it stay: clear it first. @param buffer required */
+/** Makes it a buffer for the routes of one protocol in one table. Records in it stay: clear it first. NULL is
+ * ignored. */
 IPV6_RIB_API void ipv6_rib_batch_buffer_init(rib_batch_buffer *buffer, rib_tableid_td table, rib_protoid_td proto);
-/** Empties a buffer and makes it one for several tables, each opened with ipv6_rib_batch_table_init(). @param buffer required */
+/** Empties a buffer and makes it one for several tables, each opened with ipv6_rib_batch_table_init(). NULL is ignored. */
 IPV6_RIB_API void ipv6_rib_batch_buffer_init2(rib_batch_buffer *buffer);
 /** Empties a buffer; NULL is allowed. */
 IPV6_RIB_API void ipv6_rib_batch_buffer_clear(rib_batch_buffer *buffer);

@@ -4,7 +4,8 @@
  * open, set, finish.
  *
  * Nothing here blocks or locks. An address that is NULL, or an info source that is NULL or of another family than 1 and
- * 2, is a fatal assertion. Results are those of batch.h: RIB_BATCH_BUFFER_ERROR leaves the buffer as it was.
+ * 2, is a fatal assertion. Results are those of batch.h: RIB_BATCH_BUFFER_ERROR leaves the buffer as it was, and is what a
+ * buffer or path-opening record that is NULL gets.
  */
 #ifndef IPV6_RIB_BATCH_ROUTE_H
 #define IPV6_RIB_BATCH_ROUTE_H

@@ -53,7 +53,8 @@ IPV6_RIB_API int32_t ipv6_rib_rebind_active(ipv6_rib_conn_p conn);
 IPV6_RIB_API int32_t ipv6_rib_rebind_standby(ipv6_rib_conn_p conn);
 
 /**
- * Closes a connection and frees all that belongs to it. No operation on it may be begun any more.
+ * Closes a connection and frees all that belongs to it. No operation on it may be begun any more. Its event no longer
+ * fires; but a handler that another thread has just begun still holds the handle: unbind in the thread that dispatches.
  *
  * @param conn  set to NULL; NULL, or a handle that is NULL, is ignored
  */

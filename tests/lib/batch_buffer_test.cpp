@@ -67,6 +67,16 @@ TEST(batch_buffer, nothing_is_done_without_a_buffer)
     EXPECT_EQ(ipv6_rib_batch_buffer_add_route2(nullptr, &PREFIX, 1, 0, 0, 0, 0, 0, 0), ERROR);
     EXPECT_EQ(ipv6_rib_batch_buffer_init_route(nullptr, &PREFIX, 1), ERROR);
     EXPECT_EQ(ipv6_rib_batch_buffer_add_route3(nullptr), ERROR);
+    EXPECT_EQ(ipv6_rib_batch_buffer_add_path(nullptr, 0, 0, &NEXTHOP, &SOURCE, 0, 0, 0), ERROR);
+    EXPECT_EQ(ipv6_rib_batch_buffer_add_path_init(nullptr, &NEXTHOP, nullptr), ERROR);
+    EXPECT_EQ(ipv6_rib_batch_buffer_del_path_init(nullptr, &NEXTHOP, nullptr), ERROR);
+    EXPECT_EQ(ipv6_rib_batch_buffer_add_path_done(nullptr), ERROR);
+    EXPECT_EQ(ipv6_rib_batch_buffer_del_backup_path_done(nullptr), ERROR);
+    EXPECT_EQ(ipv6_rib_batch_buffer_delete_path(nullptr, &NEXTHOP, 0, 0), ERROR);
+    EXPECT_EQ(ipv6_rib_batch_buffer_complete(nullptr), ERROR);
+    EXPECT_EQ(ipv6_rib_batch_buffer_converge(nullptr, 0, 0), ERROR);
+    ipv6_rib_batch_buffer_init(nullptr, 1, 2);
+    ipv6_rib_batch_buffer_init2(nullptr);
     EXPECT_EQ(ipv6_rib_batch_buffer_route_fits(nullptr, 0), 0);
     EXPECT_EQ(ipv6_rib_batch_buffer_table_fits(nullptr, 0, 0), 0);
     EXPECT_EQ(ipv6_rib_batch_buffer_route_fits2(nullptr, &size), 0);

@@ -16,41 +16,44 @@ static bool convert_attr_6(void *value)
     return attr->ra_count != 0;
 }
 
-static void set_attribute(rib_routetype *route, uint16_t type, void *value)
+/* Where a record refers to an attribute of a type; 0 for types that it does not know. */
+static size_t place_of(uint16_t type)
 {
-    const auto counted = [value] { return rib_load<uint16_t>(static_cast<uint8_t *>(value) + sizeof(uint16_t)) != 0; };
     switch (type) {
-    case RIB_TLV_ROUTE_ATTR_6:
-        if (convert_attr_6(value))
-            route->rt_attr_6 = value;
-        break;
     case RIB_TLV_ROUTE_ADVERTISERS:
-        if (rib_load<uint32_t>(value) != 0)
-            route->rt_advertisers = static_cast<rib_advertisers *>(value);
-        break;
+        return offsetof(rib_routetype, rt_advertisers);
+    case RIB_TLV_ROUTE_ATTR_6:
+        return offsetof(rib_routetype, rt_attr_6);
     case RIB_TLV_ROUTE_ATTR_8:
-        if (counted())
-            route->rt_attr_8 = value;
-        break;
+        return offsetof(rib_routetype, rt_attr_8);
     case RIB_TLV_ROUTE_ATTR_9:
-        if (counted())
-            route->rt_attr_9 = value;
-        break;
+        return offsetof(rib_routetype, rt_attr_9);
     case RIB_TLV_ROUTE_ATTR_10:
-        if (counted())
-            route->rt_attr_10 = value;
-        break;
+        return offsetof(rib_routetype, rt_attr_10);
     case RIB_TLV_ROUTE_ATTR_11:
-        if (counted())
-            route->rt_attr_11 = value;
-        break;
+        return offsetof(rib_routetype, rt_attr_11);
     case RIB_TLV_ROUTE_ATTR_15:
-        if (counted())
-            route->rt_attr_15 = value;
-        break;
+        return offsetof(rib_routetype, rt_attr_15);
     default:
-        break;
+        return 0;
     }
+}
+
+/* Whether an attribute of a known type has entries; each type keeps its count in its own way. */
+static bool has_entries(uint16_t type, uint8_t *value)
+{
+    if (type == RIB_TLV_ROUTE_ATTR_6)
+        return convert_attr_6(value);
+    if (type == RIB_TLV_ROUTE_ADVERTISERS)
+        return rib_load<uint32_t>(value) != 0;
+    return rib_load<uint16_t>(value + sizeof(uint16_t)) != 0;
+}
+
+static void set_attribute(rib_routetype *route, uint16_t type, uint8_t *value)
+{
+    const size_t place = place_of(type);
+    if (place != 0 && has_entries(type, value))
+        rib_store(reinterpret_cast<uint8_t *>(route) + place, value);
 }
 
 rib_routetype *rib_client_parse_route(rib_tlv_t *tlv, uint8_t **cursor)
@@ -66,7 +69,7 @@ rib_routetype *rib_client_parse_route(rib_tlv_t *tlv, uint8_t **cursor)
         if (record->type == RIB_TLV_ROUTE_PATH)
             rib_tlv_handle_delim(cursor);
         else
-            set_attribute(route, record->type, record + 1);
+            set_attribute(route, record->type, reinterpret_cast<uint8_t *>(record + 1));
     }
     return route;
 }

@@ -37,6 +37,8 @@ void rib_batch_buffer_clear(rib_batch_buffer *buffer)
 
 void rib_batch_buffer_init(rib_batch_buffer *buffer, rib_tableid_td table, rib_protoid_td proto)
 {
+    if (!buffer)
+        return;
     std::memset(&buffer->inarg.bai_opinfo, 0, sizeof buffer->inarg.bai_opinfo);
     buffer->inarg.bai_opinfo.single.bst_table = rib_swap(table);
     buffer->inarg.bai_opinfo.single.bst_protoid = rib_swap(proto);
@@ -45,6 +47,8 @@ void rib_batch_buffer_init(rib_batch_buffer *buffer, rib_tableid_td table, rib_p
 
 void rib_batch_buffer_init2(rib_batch_buffer *buffer)
 {
+    if (!buffer)
+        return;
     rib_batch_buffer_clear(buffer);
     std::memset(&buffer->inarg.bai_opinfo, 0, sizeof buffer->inarg.bai_opinfo);
     buffer->inarg.bah_argument = RIB_BATCH_MULTI_TABLE;
@@ -85,7 +89,7 @@ static rib_batch_buffer_result finish_marker(rib_batch_buffer *buffer, uint8_t *
 
 rib_batch_buffer_result rib_batch_buffer_complete(rib_batch_buffer *buffer)
 {
-    uint8_t *const tail = rib_batch_begin_record(buffer);
+    uint8_t *const tail = buffer ? rib_batch_begin_record(buffer) : nullptr;
     if (!tail)
         return RIB_BATCH_BUFFER_ERROR;
     *reinterpret_cast<rib_batch_complete_rec_td *>(tail) = {.bcm_type = RIB_BATCH_REC_COMPLETE};
@@ -94,7 +98,7 @@ rib_batch_buffer_result rib_batch_buffer_complete(rib_batch_buffer *buffer)
 
 rib_batch_buffer_result rib_batch_buffer_converge(rib_batch_buffer *buffer, uint32_t a, uint32_t b)
 {
-    uint8_t *const tail = rib_batch_begin_record(buffer);
+    uint8_t *const tail = buffer ? rib_batch_begin_record(buffer) : nullptr;
     if (!tail)
         return RIB_BATCH_BUFFER_ERROR;
     auto *marker = reinterpret_cast<rib_batch_converge_rec_td *>(tail);

@@ -13,7 +13,7 @@
 /* The current route, when it is finished and may take another path of so many bytes; else NULL. */
 static bori_fixed *route_for_path(rib_batch_buffer *buffer, uint64_t bytes)
 {
-    if (!rib_batch_has_room(buffer, bytes) || !buffer->cur_rec || buffer->cur_rec == rib_batch_tail(buffer))
+    if (!buffer || !rib_batch_has_room(buffer, bytes) || !buffer->cur_rec || buffer->cur_rec == rib_batch_tail(buffer))
         return nullptr;
     auto *route = reinterpret_cast<bori_fixed *>(buffer->cur_rec);
     if (route->borfi_type != RIB_BATCH_REC_ROUTE)
@@ -113,6 +113,8 @@ static uint64_t items_bytes(uint64_t count, uint64_t item, uint64_t head)
 rib_batch_buffer_result rib_batch_buffer_add_path_init(rib_batch_buffer *buffer, const in6_addr_t *nexthop,
                                                        const rib_batch_path_init_in *in)
 {
+    if (!in)
+        return RIB_BATCH_BUFFER_ERROR;
     const auto expects = [in](uint8_t flag, uint64_t bytes) { return in->pi_flags & flag ? bytes : 0; };
     const uint64_t reserve = items_bytes(in->pi_count_a, 8, 4) + items_bytes(in->pi_count_b, 8, 4) +
                              items_bytes(in->pi_count_c, 32, 16) + expects(RIB_PATH_INIT_16, 16) + expects(RIB_PATH_INIT_4, 4) +
@@ -138,6 +140,8 @@ rib_batch_buffer_result rib_batch_buffer_add_path_init(rib_batch_buffer *buffer,
 rib_batch_buffer_result rib_batch_buffer_del_path_init(rib_batch_buffer *buffer, const in6_addr_t *nexthop,
                                                        const rib_batch_path_init_in *in)
 {
+    if (!in)
+        return RIB_BATCH_BUFFER_ERROR;
     const uint64_t reserve = items_bytes(in->pi_count_c, 32, 16) + (in->pi_flags & RIB_PATH_INIT_24_C ? 24 : 0);
     bori_fixed *route = route_for_path(buffer, RIB_BATCH_PATH_FIXED + 64 + reserve);
     if (!route)
@@ -154,6 +158,8 @@ rib_batch_buffer_result rib_batch_buffer_del_path_init(rib_batch_buffer *buffer,
 /* The open path of a type behind the current route; NULL when there is none. */
 static uint8_t *open_path(rib_batch_buffer *buffer, uint8_t type)
 {
+    if (!buffer)
+        return nullptr;
     uint8_t *const tail = rib_batch_tail(buffer);
     if (!buffer->cur_rec || *buffer->cur_rec != RIB_BATCH_REC_ROUTE || buffer->cur_rec == tail ||
         buffer->data_len == buffer->capacity)
