@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include <ipv6_rib/ipv6_rib.h>
 #include <platform/msg_chan.h>
@@ -12,6 +13,7 @@
 
 static const uint8_t *reply_bytes;
 static size_t reply_len;
+static msg_clinfo_datum_h datum;
 
 int msg_chan_connect(const char *, uint32_t, uint32_t, uint32_t *chan)
 {
@@ -32,6 +34,16 @@ int msg_get_conn_connid(uint32_t, int32_t *connid)
     *connid = 1;
     return 0;
 }
+int msg_conn_save_datum(uint32_t, msg_clinfo_datum_h saved)
+{
+    datum = saved;
+    return 0;
+}
+int msg_conn_get_datum(uint32_t, msg_clinfo_datum_h *out)
+{
+    *out = datum;
+    return 0;
+}
 int msg_send(uint32_t, const void *, size_t, void *reply, size_t room)
 {
     if (reply_len > room)
@@ -42,7 +54,7 @@ int msg_send(uint32_t, const void *, size_t, void *reply, size_t room)
 }
 void tev_errmsg(const tev_msg_rec_t *, int, ...) {}
 
-static void bind_with_this_reply()
+static void bind_with_this_reply(ipv6_rib_conn_p)
 {
     ipv6_rib_conn_p bound = nullptr;
     ipv6_rib_bind(&bound);
@@ -63,15 +75,100 @@ static ipv6_rib_conn_p connection()
     return conn;
 }
 
+constexpr rib_tableid_td TABLE = IPV6_RIB_TABLE_DEFAULT;
+static const in6_addr_t address = {};
+
+/* Looks at all that a converted route leads to. */
+static void visit(const ipv6_routetype *route)
+{
+    uint8_t mask[RIB_PROTOID_MASK_BYTES];
+    ipv6_rib_route_copy_advertisement_mask(route, mask);
+    ipv6_rib_route_check_advertisement_mask(route, mask);
+    ipv6_rib_route_check_advertisement(route, RIB_PROTOID_NONE);
+    for (int at = 0; at < std::min<int>(route->rt_path_count, IPV6_RIB_ROUTE_PATHS); ++at) {
+        const ip_rib_path path = {.path = route->rt_path[at]};
+        ipv6_rib_route_path_compare(&path, &path);
+    }
+}
+
 static void look_up(ipv6_rib_conn_p conn, bool convert_later)
 {
     static ipv6_routetype route;
-    const in6_addr_t address = {};
     errcode err = 0;
-    if (!convert_later)
-        ipv6_rib_route_lookup(conn, IPV6_RIB_TABLE_DEFAULT, &address, 128, 0, 0, &route, &err);
-    else if (ipv6_rib_route_lookup_longer_internal(conn, IPV6_RIB_TABLE_DEFAULT, &address, 0, 0, &route, &err))
+    if (!convert_later) {
+        if (ipv6_rib_route_lookup(conn, TABLE, &address, 128, 0, 0, &route, &err))
+            visit(&route);
+    } else if (ipv6_rib_route_lookup_longer_internal(conn, TABLE, &address, 0, 0, &route, &err)) {
         ipv6_rib_route_xform(&route);
+        visit(&route);
+    }
+}
+
+static void list_routes(ipv6_rib_conn_p conn)
+{
+    uint32_t flag = 0, count = 0, walked = 0;
+    void *routes;
+    if (ipv6_rib_get_routes(conn, TABLE, "", "", address, 0, address, 0, &flag, &count, 0, &routes))
+        return;
+    rib_get_route_iter iter;
+    ipv6_routetype *route;
+    for (errcode code = ipv6_rib_get_route_get_first_route(routes, &iter, &route); code == 0 && route;
+         code = ipv6_rib_get_route_get_next_route(&iter, &route), ++walked) {
+        ipv6_rib_route_xform(route);
+        visit(route);
+    }
+    if (walked != count)
+        std::abort();
+    ipv6_rib_route_free(routes);
+}
+
+static void change_routes(ipv6_rib_conn_p conn)
+{
+    ipv6_rib_route_add_args args;
+    ipv6_rib_route_add_args_init(&args);
+    args.conn = conn;
+    uint8_t status;
+    errcode err;
+    const ipv6_rib_route_add_out out = {&status, &err};
+    ipv6_rib_route_add(&args, &out);
+    ipv6_rib_route_delete(conn, 1, TABLE, &address, 0, &address, 0, 0, &status, &err);
+}
+
+static void redistribute(ipv6_rib_conn_p conn)
+{
+    ipv6_rib_protocol_redist(conn, "bgp", "1", TABLE, 0, 0, nullptr);
+    ipv6_rib_child_protocol_redist(conn, "bgp", "1", TABLE, 0, 0, conn, 0, nullptr);
+    ipv6_rib_redist_enable_rcmd_markers(conn, nullptr, nullptr, TABLE);
+}
+
+static void ask_about_addresses(ipv6_rib_conn_p conn)
+{
+    in6_addr_t found;
+    uint32_t info, flags;
+    ipv6_rib_is_local(conn, TABLE, &address, nullptr);
+    ipv6_rib_conn_not_local(conn, TABLE, &address, nullptr);
+    ipv6_rib_match_connected_subnet(conn, TABLE, &address, &found, &info, nullptr);
+    ipv6_rib_best_local_address_and_check(conn, TABLE, &address, 0, &found, &info, nullptr, &flags);
+    ipv6_rib_next_hop(conn, TABLE, &address, 0, 0, 0, &found, &flags, nullptr);
+}
+
+static void register_next_hop(ipv6_rib_conn_p conn)
+{
+    rib_nh_info info;
+    errcode err;
+    ipv6_rib_next_hop_register(conn, TABLE, &address, 0, 0, 0, &info, &err);
+    if (err == 0 && std::strlen(info.nh_name) > RIB_NH_NAME_MAX)
+        std::abort();
+    ipv6_rib_next_hop_unregister(conn, TABLE, &address, 0, 0, 0, &err);
+}
+
+static void check(ipv6_rib_conn_p conn)
+{
+    in6_addr_t found;
+    uint32_t value, pair[2];
+    uint8_t data[256 - RIB_CHECK_REPLY_MIN];
+    if (ipv6_rib_get_check(conn, nullptr, TABLE, 0, 0, 0, 0, address, &found, &value, data, 256, pair) > int{sizeof data})
+        std::abort();
 }
 
 static void walk(void *reply)
@@ -107,6 +204,38 @@ static void send_protocols(ipv6_rib_conn_p conn)
         std::abort();
 }
 
+/* What the first byte chooses; seeds count on the order, so a new one goes to the end. */
+static void (*const operations[])(ipv6_rib_conn_p) = {
+    bind_with_this_reply,
+    [](auto conn) {
+        errcode err;
+        ipv6_rib_register_protocol(conn, "bgp", "1", 0, 0, 0, 0, &err);
+    },
+    [](auto conn) {
+        uint32_t status[2];
+        ipv6_rib_get_table_status(conn, 0, status);
+    },
+    [](auto conn) {
+        static char names[RIB_PROTOID_COUNT * RIB_PROTO_NAME_PAIR];
+        ipv6_rib_batch_protoid_to_proto_info(conn, 0, nullptr, 0, names);
+    },
+    [](auto conn) { ipv6_rib_update_complete(conn, 0, 0); },
+    [](auto conn) { look_up(conn, false); },
+    [](auto conn) { look_up(conn, true); },
+    [](auto conn) { send_batch(conn, walk); },
+    [](auto conn) { send_batch(conn, walk_tables); },
+    send_protocols,
+    list_routes,
+    change_routes,
+    [](auto conn) { ipv6_rib_set_advertising_flag(conn, TABLE, &address, 0, 1, 1); },
+    redistribute,
+    [](auto conn) { ipv6_rib_redist_reset(conn, 0, nullptr); },
+    [](auto conn) { ipv6_rib_default_netsource(conn, TABLE, nullptr); },
+    ask_about_addresses,
+    register_next_hop,
+    check,
+};
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     if (size == 0)
@@ -114,40 +243,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const ipv6_rib_conn_p conn = connection();
     reply_bytes = data + 1;
     reply_len = size - 1;
-    errcode err;
-    static char names[RIB_PROTOID_COUNT * RIB_PROTO_NAME_PAIR];
-    uint32_t status[2];
-    switch (data[0] % 10) {
-    case 0:
-        bind_with_this_reply();
-        break;
-    case 1:
-        ipv6_rib_register_protocol(conn, "bgp", "1", 0, 0, 0, 0, &err);
-        break;
-    case 2:
-        ipv6_rib_get_table_status(conn, 0, status);
-        break;
-    case 3:
-        ipv6_rib_batch_protoid_to_proto_info(conn, 0, nullptr, 0, names);
-        break;
-    case 4:
-        ipv6_rib_update_complete(conn, 0, 0);
-        break;
-    case 5:
-        look_up(conn, false);
-        break;
-    case 6:
-        look_up(conn, true);
-        break;
-    case 7:
-        send_batch(conn, walk);
-        break;
-    case 8:
-        send_batch(conn, walk_tables);
-        break;
-    default:
-        send_protocols(conn);
-        break;
-    }
+    operations[data[0] % std::size(operations)](conn);
     return 0;
 }

@@ -5,44 +5,15 @@
 #include <memory>
 
 #include "tests/support/client_test.h"
+#include "tests/support/route_bytes.h"
 
 namespace
 {
 constexpr size_t ROOM = 221544; /* of a reply */
 
-/* The fixed part of a route, every field with its own value; the places of the pointers arrive with anything. */
-bytes_t fixed_part(size_t paths)
-{
-    bytes_t route =
-        hex("40 41 42 00 43 44 0102 0304 0506 45464748 @16 20010db8 00050006 00*8 @32 e0800001 11121314 1516 4950 @44 "
-            "21222324 25262728 292a2b2c 2d2e2f30 @60 31323334 51*8 @72 77*56");
-    route[3] = static_cast<uint8_t>(paths);
-    return route;
-}
-/* Path number n, every field with its own value. */
-bytes_t path_value(size_t n)
-{
-    bytes_t path = hex("61626364 65666768 696a6b6c 11*4 @16 fe800000 00*11 a1 @32 fe800000 00*11 b2 @48 71727374 75767778"
-                       "22*12 @68 81828384 85868788 02 01 03 00 @80 9192 9394 33*4");
-    path[31] = static_cast<uint8_t>(n);
-    return path;
-}
-bytes_t path(size_t n, const bytes_t &attributes = {})
-{
-    return tlv(4, path_value(n)) + attributes + DELIMITER;
-}
-
-/* Route attributes of every type, with a count of one or two. */
-bytes_t all_attributes()
-{
-    return tlv(6, hex("0a0b 0002 aa*24 01020304 bb*24 05060708")) + tlv(7, hex("02000000 0700 0900")) +
-           tlv(8, hex("0808 0001 88")) + tlv(9, hex("0909 0001 99")) + tlv(10, hex("1010 0001 a0")) +
-           tlv(11, hex("1111 0001 b1")) + tlv(15, hex("1515 0001 f5"));
-}
-
 bytes_t reply_of(size_t paths, const bytes_t &lists)
 {
-    return bytes_t(8) + tlv(3, fixed_part(paths)) + lists + DELIMITER + DELIMITER;
+    return bytes_t(8) + route_of(paths, lists) + DELIMITER;
 }
 bytes_t reply_with_paths(size_t paths)
 {
@@ -53,7 +24,7 @@ bytes_t reply_with_paths(size_t paths)
 }
 bytes_t full_reply()
 {
-    return reply_of(2, path(1, tlv(12, hex("c1c2c3")) + tlv(109, hex("d1"))) + path(2) + all_attributes());
+    return bytes_t(8) + full_route() + DELIMITER;
 }
 
 class route_lookup : public client_test
@@ -110,7 +81,7 @@ TEST_F(route_lookup, requests_and_failures)
     };
     for (const request_case_t &c : request_cases) {
         SCOPED_TRACE(c.name);
-        fake_msg_chan().forget_calls();
+        SetUp();
         expect(c, nullptr, RIB_LIB_ERR_BAD_ARG);
         {
             const failing_alloc alloc(1);
@@ -139,6 +110,21 @@ TEST_F(route_lookup, requests_and_failures)
     EXPECT_TRUE(untouched());
     EXPECT_DEATH(ipv6_rib_route_lookup(conn, 1, &addr, 128, 0x1000, 0, route.get(), &err),
                  "Assertion `!\\(flags & 0x00001000\\)' failed");
+}
+
+TEST_F(route_lookup, the_reply_area_is_kept_for_the_connection_and_cleared)
+{
+    const failing_alloc alloc(0);
+    EXPECT_EQ(lookup(hex("00000001") + bytes_t(ROOM - 4, 0xff)), 0);
+    EXPECT_EQ(alloc.count(), 1u);
+    for (const size_t len : {size_t{8}, full_reply().size()}) { /* what the longer answers before left is gone */
+        EXPECT_EQ(lookup(slice(full_reply(), 0, len)), len > 8);
+        EXPECT_EQ(err, 0u);
+        EXPECT_TRUE(same_bytes(fake_msg_chan().sent.back().area, "00*48"));
+    }
+    EXPECT_EQ(lookup(bytes_t(8)), 0);
+    EXPECT_EQ(err, 0u);
+    EXPECT_EQ(alloc.count(), 1u);
 }
 
 TEST_F(route_lookup, a_route_is_handed_over_in_host_order)

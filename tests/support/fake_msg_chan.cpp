@@ -116,4 +116,20 @@ int msg_send(uint32_t chan, const void *msg, size_t len, void *reply, size_t roo
 {
     return fake_msg_chan().send(chan, msg, len, reply, room);
 }
+
+int msg_conn_save_datum(uint32_t chan, msg_clinfo_datum_h datum)
+{
+    if (fake_msg_chan().save_datum_error)
+        return failed(fake_msg_chan().save_datum_error);
+    fake_msg_chan().datums[chan] = datum;
+    return 0;
+}
+
+int msg_conn_get_datum(uint32_t chan, msg_clinfo_datum_h *datum)
+{
+    if (fake_msg_chan().get_datum_error)
+        return failed(fake_msg_chan().get_datum_error);
+    *datum = fake_msg_chan().datums[chan];
+    return 0;
+}
 }

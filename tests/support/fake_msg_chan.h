@@ -9,6 +9,7 @@
 
 #include <deque>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -49,6 +50,8 @@ public:
     int connect_error = 0;
     int connid_error = 0;
     int disconnect_error = 0;
+    int save_datum_error = 0;
+    int get_datum_error = 0;
 
     void answer(const bytes_t &reply, std::function<void()> meanwhile = {})
     {
@@ -63,6 +66,8 @@ public:
     std::vector<chan_message_t> sent;
     /* "connect", "send", "answered" and "disconnect" in the order in which they happened. */
     std::vector<std::string> calls;
+    /* What is kept with each channel. */
+    std::map<uint32_t, msg_clinfo_datum_h> datums;
 
     void forget_calls();
 

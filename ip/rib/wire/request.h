@@ -37,6 +37,9 @@ enum rib_lwm_command_type : uint16_t {
     RIB_CMD_CLEAR_AFT = 0x1F,
 };
 
+/* Parent datum of a request that has no parent connection. */
+constexpr uint32_t RIB_NO_PARENT = 0x0000FFFF;
+
 /* Component number 0x05A5 over the message number 0x8000; in the byte order of the host, like every message type. */
 constexpr uint32_t RIB_MSG_LWM = 0x05A58000;
 constexpr uint32_t RIB_MSG_BATCH = 0x8073;

@@ -3,6 +3,8 @@
  */
 #include <cstring>
 
+#include <platform/ipv6_addr.h>
+
 #include "ip/rib/lib/src/rib_addr.h"
 #include "ip/rib/lib/src/rib_fatal.h"
 
@@ -17,5 +19,5 @@ int rib_cmp_addr(const in6_addr_t *addr1, const in6_addr_t *addr2)
 {
     rib_fatal_unless(addr1, "addr1 != ((void*)0)");
     rib_fatal_unless(addr2, "addr2 != ((void*)0)");
-    return std::memcmp(addr1, addr2, sizeof *addr1);
+    return ipv6_addr_comp(addr1, addr2);
 }

@@ -57,6 +57,7 @@ void rib_client_free_client_struct(struct rib_client_struct **conn)
     (*conn)->nh_buff = nullptr;
     std::free((*conn)->redist_buff);
     (*conn)->redist_buff = nullptr;
+    std::free((*conn)->lookup_reply);
     std::free(*conn);
     *conn = nullptr;
 }

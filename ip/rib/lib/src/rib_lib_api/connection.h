@@ -23,6 +23,7 @@ struct rib_client_struct {
     uint32_t client_id;      /* all-ones before bind data were exchanged */
     uint32_t msg_version;    /* update-message format of the server */
     uint64_t client_context; /* the caller's; never interpreted */
+    void *lookup_reply;      /* reply area of lookups, all zero between them; NULL before the first one */
 };
 
 constexpr uint32_t RIB_ID_NONE = 0xFFFFFFFF;

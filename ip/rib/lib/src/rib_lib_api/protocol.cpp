@@ -6,30 +6,18 @@
 #include <cstdio>
 #include <cstring>
 
-#include "ip/rib/wire/protocol.h"
+#include "names.h"
 #include "request.h"
-
-static bool names_fit(const char *proto_name, const char *instance_name)
-{
-    return std::strlen(proto_name) + std::strlen(instance_name) <= RIB_PROTO_NAMES_MAX;
-}
-
-/* For zeroed pairs and names that fit, so that each stays terminated. */
-static void fill_names(rib_name_pair_td *names, const char *proto_name, const char *instance_name)
-{
-    std::memcpy(names->np_proto, proto_name, std::strlen(proto_name));
-    std::memcpy(names->np_instance, instance_name, std::strlen(instance_name));
-}
 
 rib_protoid_td rib_client_register_protocol(ip_rib_conn_p conn, const rib_register_protocol_in *in, errcode *err)
 {
     if (!conn || !in || !err || !in->proto_name || !in->instance_name)
         return rib_report(err, RIB_LIB_ERR_BAD_ARG), RIB_PROTOID_NONE;
-    if (!names_fit(in->proto_name, in->instance_name))
+    if (!rib_names_fit(in->proto_name, in->instance_name))
         return rib_report(err, ENAMETOOLONG), RIB_PROTOID_NONE;
     rib_register_protocol_body_td body = {.rp_words = {in->reg_word1, in->reg_word2, in->reg_word3, in->reg_word4},
                                           .rp_word64 = in->reg_word64};
-    fill_names(&body.rp_names, in->proto_name, in->instance_name);
+    rib_fill_names(&body.rp_names, in->proto_name, in->instance_name);
     rib_protoid_td protoid = RIB_PROTOID_NONE;
     rib_report(err, rib_request(conn, body, [&](const rib_protoid_reply_td &reply) { protoid = reply.protoid; }));
     return protoid;
@@ -43,10 +31,10 @@ rib_protoid_td rib_client_findpdb(ip_rib_conn_p conn, const char *proto_name, co
     rib_reply_area<rib_protoid_reply_td> reply;
     if (!reply)
         return rib_report(err, RIB_LIB_ERR_NO_MEMORY), RIB_PROTOID_NONE;
-    if (!names_fit(proto_name, instance_name))
+    if (!rib_names_fit(proto_name, instance_name))
         return rib_report(err, ENAMETOOLONG), RIB_PROTOID_NONE;
     rib_findpdb_body_td body = {.fp_word1 = reg_word1};
-    fill_names(&body.fp_names, proto_name, instance_name);
+    rib_fill_names(&body.fp_names, proto_name, instance_name);
     return rib_report(err, rib_exchange(conn, body, reply.get())) == 0 ? reply.get()->protoid : RIB_PROTOID_NONE;
 }
 

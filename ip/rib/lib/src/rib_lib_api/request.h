@@ -2,6 +2,7 @@
  * The exchange behind every single request. Body and reply records carry all that differs between operations:
  *
  *   body_td::command, align, reply_td    command code, alignment of the body, the reply that belongs to it
+ *   body_td::no_list                     there, when the request ends with its body
  *   reply_td::room                       bytes of the reply area; at most rib_reply_small of them are kept on the stack
  *   reply_td::own_list                   there, when no list follows the reply or the operation walks it itself
  */
@@ -15,6 +16,7 @@
 #include <platform/rib_tlv.h>
 
 #include "../rib_owned.h"
+#include "ip/rib/wire/tlv_types.h"
 #include "transport.h"
 
 constexpr size_t rib_reply_small = 64;
@@ -26,7 +28,7 @@ public:
     rib_reply_area() : area_(rib_calloc<uint8_t>(reply_td::room))
     {
         if (area_)
-            new (area_.get()) reply_td;
+            new (area_.get()) reply_td{};
     }
     explicit operator bool() const { return area_ != nullptr; }
     reply_td *get() { return reinterpret_cast<reply_td *>(area_.get()); }
@@ -37,7 +39,7 @@ private:
 template <class reply_td> class rib_reply_area<reply_td, true>
 {
 public:
-    rib_reply_area() { new (area_) reply_td; }
+    rib_reply_area() { new (area_) reply_td{}; }
     explicit operator bool() const { return true; }
     reply_td *get() { return reinterpret_cast<reply_td *>(area_); }
 
@@ -47,6 +49,13 @@ private:
 
 template <class body_td> constexpr size_t rib_body_size = std::is_empty_v<body_td> ? 0 : sizeof(body_td);
 
+template <class body_td> constexpr bool rib_no_list()
+{
+    return requires
+    {
+        body_td::no_list;
+    };
+}
 template <class reply_td> constexpr bool rib_own_list()
 {
     return requires
@@ -65,19 +74,27 @@ template <class reply_td> bool rib_pass_list(reply_td *reply)
     return true;
 }
 
-/* Sends a body and decodes its reply, which is in host order afterwards. EBADMSG when its list is malformed. */
-template <class body_td> errcode rib_exchange(ip_rib_conn_p conn, const body_td &body, typename body_td::reply_td *reply)
+/*
+ * Sends a body and decodes its reply, which is in host order afterwards. EBADMSG when its list is malformed. The area of
+ * the reply is zero but for what the record presets.
+ */
+template <class body_td>
+errcode rib_exchange(ip_rib_conn_p conn, const body_td &body, typename body_td::reply_td *reply,
+                     size_t reply_room = body_td::reply_td::room, decltype(rib_client_lwm_send) *send = rib_client_lwm_send)
 {
     using reply_td = typename body_td::reply_td;
     constexpr size_t aligned = rib_round_up(rib_body_size<body_td>, body_td::align);
     rib_lwm_command_msg msg = {};
     if constexpr (rib_body_size<body_td> != 0)
         rib_to_net(new (msg.body) body_td(body));
-    uint8_t *cursor = msg.body + rib_body_size<body_td>; // the delimiter stands behind the last field, not behind the alignment
-    size_t room = sizeof msg.body - aligned;
-    rib_tlv_stamp(RIB_TLV_DELIMITER, 0, &cursor, &room);
-    const errcode code = rib_client_lwm_send(conn, body_td::command, &msg, aligned + RIB_TLV_HEADER_SIZE,
-                                             reinterpret_cast<rib_lwm_res_header *>(reply), reply_td::room);
+    size_t sent = aligned;
+    if constexpr (!rib_no_list<body_td>()) {
+        uint8_t *cursor = msg.body + rib_body_size<body_td>; // behind the last field, not behind the alignment
+        size_t room = sizeof msg.body - aligned;
+        rib_tlv_stamp(RIB_TLV_DELIMITER, 0, &cursor, &room);
+        sent += RIB_TLV_HEADER_SIZE;
+    }
+    const errcode code = send(conn, body_td::command, &msg, sent, reinterpret_cast<rib_lwm_res_header *>(reply), reply_room);
     rib_to_host(reply);
     if constexpr (!rib_own_list<reply_td>())
         if (code == 0 && !rib_pass_list(reply))

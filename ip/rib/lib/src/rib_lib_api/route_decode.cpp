@@ -56,12 +56,16 @@ static void set_attribute(rib_routetype *route, uint16_t type, uint8_t *value)
         rib_store(reinterpret_cast<uint8_t *>(route) + place, value);
 }
 
+static rib_routetype *no_route()
+{
+    rib_log_fetch_update("Corrupt buffer? - ROUTE TLV \n");
+    return nullptr;
+}
+
 rib_routetype *rib_client_parse_route(rib_tlv_t *tlv, uint8_t **cursor)
 {
-    if (tlv->type != RIB_TLV_ROUTE) {
-        rib_log_fetch_update("Corrupt buffer? - ROUTE TLV \n");
-        return nullptr;
-    }
+    if (tlv->type != RIB_TLV_ROUTE)
+        return no_route();
     auto *route = reinterpret_cast<rib_routetype *>(tlv + 1);
     route->rt_advertisers = nullptr;
     route->rt_attr_6 = route->rt_attr_8 = route->rt_attr_9 = route->rt_attr_10 = route->rt_attr_11 = route->rt_attr_15 = nullptr;
@@ -78,8 +82,10 @@ rib_routetype *rib_client_next_route(uint8_t **cursor)
 {
     if (!*cursor)
         return nullptr;
-    rib_tlv_t *tlv = rib_tlv_strip(cursor);
-    return tlv ? rib_client_parse_route(tlv, cursor) : nullptr;
+    const auto type = rib_load_net<uint16_t>(*cursor + offsetof(rib_tlv_header_td, tlv_type));
+    if (type == RIB_TLV_DELIMITER)
+        return nullptr;
+    return type == RIB_TLV_ROUTE ? rib_client_parse_route(rib_tlv_strip(cursor), cursor) : no_route();
 }
 
 /* Takes a record whose header is in host order; false when it passes the end. */

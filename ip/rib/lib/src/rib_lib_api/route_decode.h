@@ -22,7 +22,8 @@ const uint8_t *rib_route_fits(const uint8_t *begin, const uint8_t *end);
  * route record.
  */
 rib_routetype *rib_client_parse_route(rib_tlv_t *tlv, uint8_t **cursor);
-/* Takes the route at the cursor; NULL as above, and for a NULL cursor. */
+/* Takes the route at the cursor, as received. NULL, with the cursor where it was, as above, at a delimiter, and for a NULL
+ * cursor. */
 rib_routetype *rib_client_next_route(uint8_t **cursor);
 
 /*
