@@ -1,0 +1,54 @@
+/*
+ * The console report, and the ratios behind it.
+ */
+#include "ratios.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <map>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+class collector : public benchmark::ConsoleReporter
+{
+public:
+    collector() : ConsoleReporter(isatty(STDOUT_FILENO) ? OO_ColorTabular : OO_Tabular) {}
+    void ReportRuns(const std::vector<Run> &runs) override
+    {
+        for (const Run &run : runs)
+            if (run.run_type == Run::RT_Iteration && !run.error_occurred)
+                times_[run.run_name.function_name].push_back(run.GetAdjustedRealTime());
+        ConsoleReporter::ReportRuns(runs);
+    }
+    /* Median of a benchmark's times; 0 when it did not run. */
+    double time_of(const std::string &name)
+    {
+        std::vector<double> &times = times_[name];
+        if (times.empty())
+            return 0;
+        std::nth_element(times.begin(), times.begin() + static_cast<ptrdiff_t>(times.size() / 2), times.end());
+        return times[times.size() / 2];
+    }
+
+private:
+    std::map<std::string, std::vector<double>> times_;
+};
+} // namespace
+
+int run_benchmarks(int argc, char **argv, std::initializer_list<bench_ratio> ratios)
+{
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    collector report;
+    benchmark::RunSpecifiedBenchmarks(&report);
+    for (const bench_ratio &ratio : ratios) {
+        const double what = report.time_of(ratio.what);
+        const double bound = report.time_of(ratio.bound);
+        if (what > 0 && bound > 0)
+            std::printf("%s / %s = %.3g  %s\n", ratio.what, ratio.bound, what / bound, ratio.meaning);
+    }
+    return 0;
+}
