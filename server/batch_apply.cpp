@@ -17,22 +17,22 @@ uint8_t *rib_batch_result(rib_batch_run &run, size_t size)
     return result;
 }
 
-/* Makes protocol and table those of the records that follow; a RIB result. */
-static int32_t open_table(rib_batch_run &run, rib_tableid_td table, rib_protoid_td protoid)
+void rib_batch_open_table(rib_batch_run &run, rib_tableid_td table, rib_protoid_td protoid)
 {
     run.protocol = nullptr;
     run.table = nullptr;
+    run.refusal = RIB_RESULT_INVALID_HANDLE;
     if (rib_protocol_owned(run.server, run.session, protoid, &run.protocol) != 0)
-        return RIB_RESULT_INVALID_HANDLE;
+        return;
     run.table = run.server.tables.open(table);
-    return run.table ? RIB_RESULT_OK : RIB_RESULT_TABLE_LIMIT;
+    run.refusal = run.table ? RIB_RESULT_OK : RIB_RESULT_TABLE_LIMIT;
 }
 
 static void apply_table(rib_batch_run &run, const uint8_t *bytes)
 {
     auto record = rib_load<rib_batch_table_rec_td>(bytes);
     rib_to_host(&record);
-    run.refusal = open_table(run, record.bti_table, record.bti_protoid);
+    rib_batch_open_table(run, record.bti_table, record.bti_protoid);
     auto *out = new (rib_batch_result(run, sizeof(rib_batch_table_out))) rib_batch_table_out{};
     out->to_type = RIB_BATCH_RES_TABLE;
     out->to_protoid = record.bti_protoid;
@@ -74,8 +74,8 @@ void rib_batch_apply(rib_batch_run &run, const uint8_t *msg, size_t len)
     run.refusal = RIB_RESULT_NO_TABLE;
     if (header.bah_argument == RIB_BATCH_SINGLE_TABLE) {
         const rib_batch_single_td &single = header.bai_opinfo.single;
-        run.refusal =
-            open_table(run, rib_load_net<rib_tableid_td>(&single.bst_table), rib_load_net<rib_protoid_td>(&single.bst_protoid));
+        rib_batch_open_table(run, rib_load_net<rib_tableid_td>(&single.bst_table),
+                             rib_load_net<rib_protoid_td>(&single.bst_protoid));
     }
     for (const uint8_t *at = msg + sizeof header, *end = msg + len; at != end;) {
         switch (at[0]) {

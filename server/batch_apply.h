@@ -29,6 +29,8 @@ inline bool rib_result_refuses(int32_t result)
 /* The next size bytes of the reply, cleared. */
 uint8_t *rib_batch_result(rib_batch_run &run, size_t size);
 
+/* Makes protocol and table those of the records that follow; when that fails, run.refusal is why. */
+void rib_batch_open_table(rib_batch_run &run, rib_tableid_td table, rib_protoid_td protoid);
 /* Applies the records of a route batch, msg to msg + len. */
 void rib_batch_apply(rib_batch_run &run, const uint8_t *msg, size_t len);
 /* Applies one route record and its paths; returns the byte behind them. */

@@ -21,10 +21,20 @@ static std::optional<uint8_t> distance_of(const std::array<uint32_t, 4> &words)
     return distance ? static_cast<uint8_t>(distance) : defaults[kind];
 }
 
+/* The identifier will be another protocol's: nothing may be left that carries it. */
+static void forget(rib_server &server, rib_protocol &protocol)
+{
+    rib_protocol_withdraw(server, protocol, rib_which::all);
+    for (const auto &[id, table] : server.tables)
+        table->forget_advertiser(protocol.id);
+    rib_drop_source(server, protocol.id);
+    server.protocols.forget(protocol);
+}
+
 static void forget_when_idle(rib_server &server, rib_protocol &protocol)
 {
     if (!protocol.owner && !server.tables.has_routes_of(protocol.id))
-        server.protocols.forget(protocol);
+        forget(server, protocol);
 }
 
 errcode rib_protocol_set_words(rib_server &server, rib_protocol &protocol, const std::array<uint32_t, 4> &words)
@@ -34,6 +44,7 @@ errcode rib_protocol_set_words(rib_server &server, rib_protocol &protocol, const
         return EINVAL;
     protocol.words = words;
     protocol.distance = *distance;
+    server.tables.set_local(protocol.id, words[0] == RIB_PROTO_KIND_LOCAL);
     for (const auto &[id, table] : server.tables)
         table->set_distance(protocol.id, *distance);
     return 0;
@@ -138,8 +149,7 @@ errcode rib_purge_dead_client(rib_server &server, std::string_view process, std:
     for (rib_protocol &protocol : server.protocols) {
         if (!protocol.known || protocol.owner || protocol.process != process || protocol.node != node)
             continue;
-        rib_protocol_withdraw(server, protocol, rib_which::all);
-        server.protocols.forget(protocol);
+        forget(server, protocol);
         result = 0;
     }
     return result;
@@ -159,7 +169,6 @@ void rib_server_expire(rib_server &server)
     for (rib_protocol &protocol : server.protocols) {
         if (protocol.hold_until > now)
             continue;
-        rib_protocol_withdraw(server, protocol, rib_which::all);
-        server.protocols.forget(protocol);
+        forget(server, protocol);
     }
 }

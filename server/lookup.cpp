@@ -2,7 +2,6 @@
  * Route lookup, and the route as it is handed out.
  */
 #include <cerrno>
-#include <cstring>
 #include <new>
 
 #include <ipv6_rib/errors.h>
@@ -45,8 +44,7 @@ size_t rib_serve_route_lookup(rib_request_td &request)
     const rib_table::entry_td *entry = nullptr;
     errcode result = request.refusal;
     if (result == 0) {
-        std::memcpy(&body, request.body, sizeof body);
-        rib_to_host(&body);
+        body = rib_body_of<rib_route_lookup_body_td>(request);
         result = look_up(request.server.tables.find(body.rl_table), body, &entry);
     }
     const rib_route *route = entry ? entry->second.get() : nullptr;

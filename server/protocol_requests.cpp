@@ -24,6 +24,16 @@ static bool names_of(const rib_name_pair_td &pair, std::string_view *proto_name,
            rib_text_of(pair.np_instance, sizeof pair.np_instance, instance_name);
 }
 
+errcode rib_protocol_named(rib_server &server, const rib_name_pair_td &names, rib_protocol **protocol)
+{
+    std::string_view proto_name;
+    std::string_view instance_name;
+    if (!names_of(names, &proto_name, &instance_name))
+        return EINVAL;
+    *protocol = server.protocols.find(proto_name, instance_name);
+    return *protocol ? 0 : RIB_SRV_ERR_NOT_FOUND;
+}
+
 errcode rib_do_register(rib_server &server, rib_session &session, const rib_register_protocol_body_td &body,
                         rib_protoid_reply_td &reply)
 {
@@ -40,12 +50,10 @@ errcode rib_do_register(rib_server &server, rib_session &session, const rib_regi
 
 errcode rib_do_findpdb(rib_server &server, rib_session &, const rib_findpdb_body_td &body, rib_protoid_reply_td &reply)
 {
-    std::string_view proto_name;
-    std::string_view instance_name;
-    if (!names_of(body.fp_names, &proto_name, &instance_name))
-        return EINVAL;
-    const rib_protocol *protocol = server.protocols.find(proto_name, instance_name);
-    if (!protocol || (body.fp_word1 != 0 && protocol->words[0] != body.fp_word1))
+    rib_protocol *protocol;
+    if (const errcode refusal = rib_protocol_named(server, body.fp_names, &protocol))
+        return refusal;
+    if (body.fp_word1 != 0 && protocol->words[0] != body.fp_word1)
         return RIB_SRV_ERR_NOT_FOUND;
     reply.protoid = protocol->id;
     return 0;

@@ -21,3 +21,9 @@ errcode rib_do_free_all_sids(rib_server &, rib_session &, const rib_free_all_sid
 
 /* The text of a field of size bytes; nothing when it does not end within it. */
 bool rib_text_of(const char *field, size_t size, std::string_view *text);
+inline bool rib_names_are_empty(const rib_name_pair_td &names)
+{
+    return names.np_proto[0] == 0 && names.np_instance[0] == 0;
+}
+/* The protocol that was registered by these names: 0, EINVAL (a text does not end within its field), RIB_SRV_ERR_NOT_FOUND. */
+errcode rib_protocol_named(rib_server &server, const rib_name_pair_td &names, rib_protocol **protocol);

@@ -5,37 +5,52 @@
 
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <new>
 
 #include <platform/rib_tlv.h>
 
 #include "ip/rib/wire/bind.h"
-#include "ip/rib/wire/route_record.h"
+#include "ip/rib/wire/route_fetch.h"
+#include "server/address_requests.h"
 #include "server/protocol_requests.h"
+#include "server/redistribution_requests.h"
+#include "server/route_requests.h"
 
-/* The exchange behind every request whose reply is a fixed record and an empty list. */
+/* Whether a request ends with its body, and whether its reply ends with the record. */
+template <class body_td> static constexpr bool rib_no_list()
+{
+    return requires
+    {
+        body_td::no_list;
+    };
+}
+template <class reply_td> static constexpr bool rib_own_list()
+{
+    return requires
+    {
+        reply_td::own_list;
+    };
+}
+
+/* The exchange behind every request whose reply is a fixed record, with an empty list behind it unless it has none. */
 template <class body_td, errcode (*work)(rib_server &, rib_session &, const body_td &, typename body_td::reply_td &)>
 static size_t serve(rib_request_td &request)
 {
     using reply_td = typename body_td::reply_td;
-    uint8_t *cursor = request.area(sizeof(reply_td) + RIB_TLV_HEADER);
+    constexpr bool has_list = !rib_own_list<reply_td>();
+    constexpr size_t len = sizeof(reply_td) + (has_list ? RIB_TLV_HEADER : 0);
+    uint8_t *cursor = request.area(len);
     if (!cursor)
         return 0;
     auto *reply = new (cursor) reply_td{};
-    if constexpr (requires { reply->protoid; })
-        reply->protoid = RIB_PROTOID_NONE;
     reply->result = request.refusal;
-    if (reply->result == 0) {
-        body_td body;
-        std::memcpy(&body, request.body, sizeof body);
-        rib_to_host(&body);
-        reply->result = work(request.server, request.session, body, *reply);
-    }
+    if (reply->result == 0)
+        reply->result = work(request.server, request.session, rib_body_of<body_td>(request), *reply);
     rib_to_net(reply);
     cursor += sizeof(reply_td);
-    rib_tlv_stamp(0, 0, &cursor, nullptr);
-    return sizeof(reply_td) + RIB_TLV_HEADER;
+    if constexpr (has_list)
+        rib_tlv_stamp(0, 0, &cursor, nullptr);
+    return len;
 }
 
 static size_t serve_notify_fib_ug(rib_request_td &request)
@@ -46,14 +61,21 @@ static size_t serve_notify_fib_ug(rib_request_td &request)
 struct command_td {
     size_t body = 0; /* where the list stands */
     size_t sent = 0; /* body bytes of the message */
+    bool has_list = true;
     size_t (*serve)(rib_request_td &) = nullptr;
 };
+
+template <class body_td> static constexpr void enter(auto &table, size_t (*serve_it)(rib_request_td &))
+{
+    constexpr bool has_list = !rib_no_list<body_td>();
+    constexpr size_t aligned = rib_round_up(sizeof(body_td), body_td::align);
+    table[body_td::command] = {sizeof(body_td), aligned + (has_list ? RIB_TLV_HEADER : 0), has_list, serve_it};
+}
 
 template <class body_td, errcode (*work)(rib_server &, rib_session &, const body_td &, typename body_td::reply_td &)>
 static constexpr void enter(auto &table)
 {
-    table[body_td::command] = {sizeof(body_td), rib_round_up(sizeof(body_td), body_td::align) + RIB_TLV_HEADER,
-                               serve<body_td, work>};
+    enter<body_td>(table, serve<body_td, work>);
 }
 
 /* By command; one without an entry is not served. */
@@ -70,10 +92,23 @@ static constexpr auto commands = [] {
     enter<rib_table_status_body_td, rib_do_table_status>(table);
     enter<rib_proto_info_body_td, rib_do_proto_info>(table);
     enter<rib_free_all_sids_body_td, rib_do_free_all_sids>(table);
-    table[RIB_CMD_NOTIFY_FIB_UG] = {0, RIB_TLV_HEADER, serve_notify_fib_ug};
-    table[RIB_CMD_BIND_DATA] = {sizeof(rib_bind_data_body_td), RIB_BIND_DATA_SENT, rib_serve_bind_data};
-    table[RIB_CMD_ROUTE_LOOKUP] = {sizeof(rib_route_lookup_body_td), sizeof(rib_route_lookup_body_td) + RIB_TLV_HEADER,
-                                   rib_serve_route_lookup};
+    enter<rib_route_add_body_td, rib_do_route_add>(table);
+    enter<rib_route_delete_body_td, rib_do_route_delete>(table);
+    enter<rib_advertising_flag_body_td, rib_do_advertising_flag>(table);
+    enter<rib_next_hop_body_td, rib_do_next_hop>(table);
+    enter<rib_connected_body_td, rib_do_connected>(table);
+    enter<rib_best_local_body_td, rib_do_best_local>(table);
+    enter<rib_netsource_body_td, rib_do_default_netsource>(table);
+    enter<rib_nh_register_body_td, rib_do_nh_register>(table);
+    enter<rib_nh_unregister_body_td, rib_do_nh_unregister>(table);
+    enter<rib_redist_protocol_body_td, rib_do_redist>(table);
+    enter<rib_redist_markers_body_td, rib_do_redist_markers>(table);
+    enter<rib_redist_reset_body_td, rib_do_redist_reset>(table);
+    enter<rib_route_lookup_body_td>(table, rib_serve_route_lookup);
+    enter<rib_get_routes_body_td>(table, rib_serve_get_routes);
+    enter<rib_check_body_td>(table, rib_serve_get_check);
+    table[RIB_CMD_NOTIFY_FIB_UG] = {0, RIB_TLV_HEADER, true, serve_notify_fib_ug};
+    table[RIB_CMD_BIND_DATA] = {sizeof(rib_bind_data_body_td), RIB_BIND_DATA_SENT, true, rib_serve_bind_data};
     return table;
 }();
 
@@ -90,7 +125,8 @@ size_t rib_serve_request(rib_server &server, rib_session &session, uint8_t *msg,
     rib_request_td request = {server, session, msg + RIB_LWM_HEADER, 0, area};
     if (!allowed)
         request.refusal = EPERM;
-    else if (len != RIB_LWM_HEADER + command.sent || !rib_tlv_list_fits(request.body + command.body, msg + len))
+    else if (len != RIB_LWM_HEADER + command.sent ||
+             (command.has_list && !rib_tlv_list_fits(request.body + command.body, msg + len)))
         request.refusal = EBADMSG;
     return command.serve(request);
 }

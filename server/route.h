@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bitset>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -17,6 +18,7 @@ constexpr size_t RIB_STORED_PATHS = 128; /* paths of one route, as many as a rou
 constexpr size_t RIB_MAX_LABELS = 10;
 
 using rib_addr_bytes = std::array<uint8_t, 16>;
+using rib_protocol_set = std::bitset<RIB_PROTOID_COUNT>; /* by identifier */
 
 /* A route has one path for each of these. */
 struct rib_path_id {
@@ -70,10 +72,11 @@ using rib_attr_bytes = std::unique_ptr<std::vector<uint8_t>>; /* null when there
 using rib_path_list = absl::InlinedVector<rib_path, 1>;
 
 struct rib_route {
-    std::unique_ptr<rib_route> next; /* of another protocol, for the same prefix */
-    uint64_t version = 0;            /* of the table when the route last changed */
-    rib_attr_bytes attrs;            /* attribute entries as they came */
-    rib_path_list paths;             /* never empty in a table */
+    std::unique_ptr<rib_route> next;               /* of another protocol, for the same prefix */
+    uint64_t version = 0;                          /* of the table when the route last changed */
+    rib_attr_bytes attrs;                          /* attribute entries as they came */
+    std::unique_ptr<rib_protocol_set> advertisers; /* null when nobody advertises the route */
+    rib_path_list paths;                           /* never empty in a table */
     rib_route_words words;
     rib_protoid_td protoid = 0;
     uint8_t distance = 0; /* that counts: the route's own, or the protocol's */

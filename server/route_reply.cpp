@@ -1,5 +1,5 @@
 /*
- * Encoding of routes for lookups.
+ * Encoding of routes.
  */
 #include "server/route_reply.h"
 
@@ -13,9 +13,15 @@
 
 constexpr size_t PATH_RECORD = RIB_TLV_HEADER + sizeof(rib_pathtype) + RIB_TLV_HEADER;
 
+static size_t advertisers_len(const rib_route &route)
+{
+    return sizeof(rib_advertisers) + route.advertisers->count() * sizeof(rib_protoid_td);
+}
+
 size_t rib_route_record_len(const rib_route &route)
 {
-    return RIB_TLV_HEADER + RIB_ROUTE_FIXED + route.paths.size() * PATH_RECORD + RIB_TLV_HEADER;
+    const size_t advertisers = route.advertisers ? RIB_TLV_HEADER + advertisers_len(route) : 0;
+    return RIB_TLV_HEADER + RIB_ROUTE_FIXED + route.paths.size() * PATH_RECORD + advertisers + RIB_TLV_HEADER;
 }
 
 uint8_t rib_route_state(const rib_route &route, const rib_route *best, const rib_protocol &owner)
@@ -48,8 +54,22 @@ static void write_path(const rib_path &path, uint8_t **cursor)
     rib_tlv_stamp(0, 0, cursor, nullptr);
 }
 
-void rib_write_route(rib_tableid_td table, const rib_table::entry_td &entry, const rib_route &route, const rib_protocol &owner,
-                     uint8_t **cursor)
+/* Count and identifiers are in the byte order of the host, as clients read them. */
+static void write_advertisers(const rib_route &route, uint8_t **cursor)
+{
+    rib_tlv_stamp(RIB_TLV_ROUTE_ADVERTISERS, static_cast<uint16_t>(advertisers_len(route)), cursor, nullptr);
+    rib_store(*cursor, static_cast<uint32_t>(route.advertisers->count()));
+    *cursor += sizeof(uint32_t);
+    for (rib_protoid_td id = 0; id != RIB_PROTOID_COUNT; ++id) {
+        if (!route.advertisers->test(id))
+            continue;
+        rib_store(*cursor, id);
+        *cursor += sizeof id;
+    }
+}
+
+void rib_write_route_head(rib_tableid_td table, const rib_table::entry_td &entry, const rib_route &route,
+                          const rib_protocol &owner, uint8_t **cursor)
 {
     rib_tlv_stamp(RIB_TLV_ROUTE, RIB_ROUTE_FIXED, cursor, nullptr);
     std::memset(*cursor, 0, RIB_ROUTE_FIXED);
@@ -72,7 +92,15 @@ void rib_write_route(rib_tableid_td table, const rib_table::entry_td &entry, con
     out->rt_version = static_cast<uint32_t>(route.version);
     rib_routetype_net::swap(out);
     *cursor += RIB_ROUTE_FIXED;
+}
+
+void rib_write_route(rib_tableid_td table, const rib_table::entry_td &entry, const rib_route &route, const rib_protocol &owner,
+                     uint8_t **cursor)
+{
+    rib_write_route_head(table, entry, route, owner, cursor);
     for (const rib_path &path : route.paths)
         write_path(path, cursor);
+    if (route.advertisers)
+        write_advertisers(route, cursor);
     rib_tlv_stamp(0, 0, cursor, nullptr);
 }

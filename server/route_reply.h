@@ -8,7 +8,10 @@
 
 /* Bytes that rib_write_route() takes. */
 size_t rib_route_record_len(const rib_route &route);
-/* Writes the route, in network order, and moves the cursor behind it. */
+/* Writes the fixed part of the route as a record, in network order, and moves the cursor behind it. */
+void rib_write_route_head(rib_tableid_td table, const rib_table::entry_td &entry, const rib_route &route,
+                          const rib_protocol &owner, uint8_t **cursor);
+/* Writes the whole route, in network order, and moves the cursor behind it. */
 void rib_write_route(rib_tableid_td table, const rib_table::entry_td &entry, const rib_route &route, const rib_protocol &owner,
                      uint8_t **cursor);
 /* RIB_ROUTE_* of a route. */

@@ -15,7 +15,7 @@ rib_session *rib_server_connect(rib_server &server, const rib_credentials &crede
     uint32_t &id = server.last_client_id;
     do
         ++id;
-    while (id == 0 || id == UINT32_MAX || server.sessions.contains(id));
+    while (id == 0 || id == RIB_NO_PARENT || id == UINT32_MAX || server.sessions.contains(id));
     auto session = std::make_unique<rib_session>();
     session->client_id = id;
     session->credentials = credentials;

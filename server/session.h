@@ -10,6 +10,8 @@
 #include <sys/types.h>
 
 #include "ip/rib/wire/bind.h"
+#include "server/next_hops.h"
+#include "server/redistribution.h"
 
 struct rib_credentials {
     uid_t uid = 0;
@@ -31,4 +33,6 @@ struct rib_session {
     uint8_t version = 0;
     uint16_t option = 0;
     std::string first_proto_name; /* of its first registration; further instances in a batch belong to it */
+    rib_next_hops next_hops;
+    rib_redistributions redistributions;
 };

@@ -98,23 +98,77 @@ rib_table::place_td rib_table::add(const rib_prefix &prefix, rib_route_ptr route
  */
 void rib_table::table_change(place_td place, rib_change change, rib_route *route)
 {
-    route->version = ++version_;
+    route->version = ++common_.version;
     if (change == rib_change::added) {
         ++counts_[route->protoid];
         ++route_count_;
     } else if (change == rib_change::withdrawn) {
-        --counts_[route->protoid];
-        --route_count_;
-        rib_route_ptr *link = link_of(&place->second, route);
-        const rib_route_ptr withdrawn = std::move(*link);
-        *link = std::move(withdrawn->next);
+        take_out(place, route);
     }
+    if (place->first.len == RIB_ADDR_BITS && change != rib_change::changed)
+        settle_local(*place);
     if (!place->second) {
         cursor_ = tree_.erase(place);
         return;
     }
     elect(place->second);
     cursor_ = std::next(place);
+}
+
+void rib_table::take_out(place_td place, rib_route *route)
+{
+    --counts_[route->protoid];
+    --route_count_;
+    for (rib_protoid_td id = 0; route->advertisers && id != RIB_PROTOID_COUNT; ++id)
+        advertised_[id] -= route->advertisers->test(id);
+    rib_route_ptr *link = link_of(&place->second, route);
+    const rib_route_ptr withdrawn = std::move(*link);
+    *link = std::move(withdrawn->next);
+}
+
+void rib_table::settle_local(const entry_td &entry)
+{
+    const rib_route *route = entry.second.get();
+    while (route && !common_.local.test(route->protoid))
+        route = route->next.get();
+    if (route)
+        local_addresses_.insert(entry.first);
+    else
+        local_addresses_.erase(entry.first);
+}
+
+void rib_table::local_changed(rib_protoid_td protoid)
+{
+    if (counts_[protoid] == 0)
+        return;
+    for (const entry_td &entry : tree_)
+        if (entry.first.len == RIB_ADDR_BITS)
+            settle_local(entry);
+}
+
+bool rib_table::advertise(place_td place, rib_protoid_td protoid, bool advertises)
+{
+    bool changed = false;
+    for (rib_route *route = place->second.get(); route; route = route->next.get()) {
+        const bool before = route->advertisers && route->advertisers->test(protoid);
+        const bool after = advertises && route == place->second.get();
+        if (before == after)
+            continue;
+        changed = true;
+        if (!route->advertisers)
+            route->advertisers = std::make_unique<rib_protocol_set>();
+        route->advertisers->set(protoid, after);
+        if (route->advertisers->none())
+            route->advertisers.reset();
+        advertised_[protoid] = advertised_[protoid] + after - before;
+    }
+    return changed;
+}
+
+void rib_table::forget_advertiser(rib_protoid_td protoid)
+{
+    for (place_td place = tree_.begin(); advertised_[protoid] != 0; ++place)
+        advertise(place, protoid, false);
 }
 
 void rib_table::for_each_route(rib_protoid_td protoid, absl::FunctionRef<verdict(rib_route &)> work)

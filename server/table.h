@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include <absl/container/btree_map.h>
+#include <absl/container/btree_set.h>
 #include <absl/functional/function_ref.h>
 
 #include <ipv6_rib/types.h>
@@ -16,6 +17,12 @@
 
 enum class rib_change { added, changed, withdrawn };
 
+/* What all tables share. */
+struct rib_table_common {
+    uint64_t version = 0;   /* of the last change, so that versions grow over the life of a table */
+    rib_protocol_set local; /* protocols of kind local */
+};
+
 class rib_table
 {
 public:
@@ -23,13 +30,12 @@ public:
     using entry_td = tree_td::value_type;
     using place_td = tree_td::iterator;
 
-    /* The version is shared by all tables, so that it also grows over the life of a table. */
-    rib_table(rib_tableid_td id, uint64_t &version) : id_(id), version_(version), cursor_(tree_.end()) {}
+    rib_table(rib_tableid_td id, rib_table_common &common) : id_(id), common_(common), cursor_(tree_.end()) {}
     rib_table(const rib_table &) = delete;
     rib_table &operator=(const rib_table &) = delete;
 
     rib_tableid_td id() const { return id_; }
-    uint64_t version() const { return version_; }
+    uint64_t version() const { return common_.version; }
     size_t prefix_count() const { return tree_.size(); }
     size_t route_count() const { return route_count_; }
     uint32_t route_count(rib_protoid_td protoid) const { return counts_[protoid]; }
@@ -39,6 +45,11 @@ public:
     const entry_td *longest(const rib_prefix &addr, unsigned min_len, unsigned max_len) const;
     /* The first prefix within the given one, in prefix order, that is longer. */
     const entry_td *first_longer(const rib_prefix &prefix) const;
+    /* A walk in prefix order, from the first prefix that does not stand before the given one. */
+    tree_td::const_iterator from(const rib_prefix &prefix) const { return tree_.lower_bound(prefix); }
+    tree_td::const_iterator end() const { return tree_.end(); }
+    /* This router's own addresses: the prefixes of 128 bits that have a route of a protocol of kind local. */
+    const absl::btree_set<rib_prefix> &local_addresses() const { return local_addresses_; }
 
     /* Where a prefix stands, end() when it is absent. Costs no search when asked for in prefix order. */
     place_td locate(const rib_prefix &prefix);
@@ -54,19 +65,29 @@ public:
     void remove_paths(rib_protoid_td protoid, absl::FunctionRef<bool(const rib_path &)> gone);
     /* Changes the distance of the protocol's routes that have none of their own. */
     void set_distance(rib_protoid_td protoid, uint8_t distance);
+    /* The protocol became one of kind local, or ceased to be one. */
+    void local_changed(rib_protoid_td protoid);
+
+    /* The protocol advertises the best route of the place and no other one there, or none. False: it was so already. */
+    bool advertise(place_td place, rib_protoid_td protoid, bool advertises);
+    void forget_advertiser(rib_protoid_td protoid);
 
     bool converged = false; /* a convergence marker came */
 
 private:
     void table_change(place_td place, rib_change change, rib_route *route);
+    void take_out(place_td place, rib_route *route);
+    void settle_local(const entry_td &entry);
     /* Runs work on each route of a protocol; what it answers is done: nothing, or the change. */
     enum class verdict { keep, changed, withdraw };
     void for_each_route(rib_protoid_td protoid, absl::FunctionRef<verdict(rib_route &)> work);
 
     rib_tableid_td id_;
-    uint64_t &version_;
+    rib_table_common &common_;
     tree_td tree_;
     place_td cursor_; /* the first prefix behind the last one asked for, as far as it went in order */
     std::array<uint32_t, RIB_PROTOID_COUNT> counts_ = {};
+    std::array<uint32_t, RIB_PROTOID_COUNT> advertised_ = {}; /* routes that a protocol advertises */
+    absl::btree_set<rib_prefix> local_addresses_;
     size_t route_count_ = 0;
 };

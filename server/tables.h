@@ -20,6 +20,8 @@ public:
     rib_table *open(rib_tableid_td id);
     bool full(const rib_table &table) const { return table.route_count() >= max_routes_; }
     bool has_routes_of(rib_protoid_td protoid) const;
+    /* Whether the protocol's routes are this router's own addresses. */
+    void set_local(rib_protoid_td protoid, bool local);
 
     auto begin() const { return tables_.begin(); }
     auto end() const { return tables_.end(); }
@@ -27,6 +29,6 @@ public:
 private:
     size_t max_tables_;
     size_t max_routes_;
-    uint64_t version_ = 0;
+    rib_table_common common_;
     absl::btree_map<rib_tableid_td, std::unique_ptr<rib_table>> tables_;
 };

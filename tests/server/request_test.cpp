@@ -71,6 +71,51 @@ TEST(request, every_truncation)
         }
 }
 
+/* Cut anywhere, or whatever a byte becomes, it is answered in its layout, without an old byte. */
+TEST(request, anything_may_come)
+{
+    const std::vector<addr_td> addr = {{8, "2001:db8::"}};
+    const std::pair<bytes_t, size_t> cases[] = {
+        /* a request that is in order, and the length of its refusal */
+        {request_of(1, {{4, TABLE}, {24, 32, 1}, {52, 1}, {96, 0x100001}, {112, 1}}, addr), 12},
+        {request_of(2, {{4, TABLE}, {24, 32, 2}}, addr), 8},
+        {request_of(14, {{0, TABLE}, {24, 32}, {32, 1}, {44, 8, 2}}, addr), 12},
+        {request_of(0, {{0, TABLE}}, addr), 40},
+        {request_of(3, {{0, TABLE}}, addr), 40},
+        {request_of(4, {{0, TABLE}}, addr), 40},
+        {request_of(5, {{0, TABLE}}), 16},
+        {request_of(20, {{0, TABLE}}, addr), 136},
+        {request_of(21, {{0, TABLE}}, addr), 4},
+        {request_of(22, {{0, TABLE}, {4, 0xFFFF}, {48, 128}, {52, 184}}, {{32, "2001:db8::"}}), 40},
+        {request_of(12, {{0, 'b', 1}, {88, 20}, {92, TABLE}, {100, 0xFFFF}}), 20},
+        {request_of(13, {{92, TABLE}}), 20},
+        {request_of(17, {{0, TABLE}}), 12},
+        {request_of(26, {{84, TABLE}, {144, 9000}}), 9},
+    };
+    rig_td rig;
+    rib_session &session = rig.client();
+    rig.add_protocol(session, "b", {1});
+    const auto answer = [&](const bytes_t &message) {
+        rig.send(session, cases[0].first); // there is a route for whatever comes
+        const bytes_t reply = rig.send(session, message);
+        EXPECT_EQ(std::count(reply.begin(), reply.end(), OLD_BYTE), 0);
+        return reply;
+    };
+    for (const auto &[message, refusal] : cases) {
+        SCOPED_TRACE(get32(message, 20));
+        EXPECT_GE(answer(message).size(), refusal);
+        for (size_t at = 24; at != message.size() && !HasFailure(); ++at) {
+            bytes_t cut = answer(slice(message, 0, at));
+            EXPECT_TRUE(cut.size() == refusal && get32(cut, 0) == EBADMSG) << at;
+            for (const uint8_t value : hex("01 02 7f 80 81 ff")) {
+                bytes_t flipped = message;
+                flipped[at] = value;
+                EXPECT_GE(answer(flipped).size(), refusal) << at;
+            }
+        }
+    }
+}
+
 TEST(request, lookups)
 {
     rig_td rig;

@@ -6,6 +6,7 @@
 #include <arpa/inet.h>
 
 #include <algorithm>
+#include <map>
 #include <stdexcept>
 
 bytes_t number(uint64_t value, size_t width)
@@ -20,24 +21,18 @@ uint32_t get32(const bytes_t &bytes, size_t at)
     return static_cast<uint32_t>(bytes.at(at) << 24 | bytes.at(at + 1) << 16 | bytes.at(at + 2) << 8 | bytes.at(at + 3));
 }
 
-static void put_addr(bytes_t *bytes, size_t at, const char *text)
+static void put_addr(bytes_t *bytes, size_t at, const std::string &text)
 {
-    if (inet_pton(AF_INET6, text, &bytes->at(at)) != 1)
+    if (inet_pton(AF_INET6, text.c_str(), &bytes->at(at)) != 1)
         throw std::invalid_argument(text);
 }
 
-static std::string addr_at(const bytes_t &bytes, size_t at)
+std::string addr_at(const bytes_t &bytes, size_t at)
 {
     char text[INET6_ADDRSTRLEN];
     return inet_ntop(AF_INET6, &bytes.at(at), text, sizeof text);
 }
 
-/* A field of bytes: where, what and how wide. */
-struct field_td {
-    size_t at;
-    uint64_t value;
-    size_t width;
-};
 static void put(bytes_t *bytes, const std::vector<field_td> &fields)
 {
     for (const field_td &field : fields)
@@ -102,6 +97,17 @@ bytes_t request(uint32_t command, const bytes_t &body, size_t zeros)
     return hex("0080a505 @20") + number(command) + body + bytes_t(zeros);
 }
 
+bytes_t request_of(uint32_t command, const std::vector<field_td> &fields, const std::vector<addr_td> &addrs)
+{
+    static const std::map<uint32_t, size_t> lengths = {{0, 48},   {1, 216},  {2, 64},  {3, 40},  {4, 32},  {5, 12},  {12, 112},
+                                                       {13, 112}, {14, 120}, {17, 12}, {20, 48}, {21, 48}, {22, 64}, {26, 160}};
+    bytes_t body(lengths.at(command));
+    put(&body, fields);
+    for (const auto &[at, text] : addrs)
+        put_addr(&body, at, text);
+    return request(command, body, 0);
+}
+
 bytes_t bind_request(const std::string &process, const std::string &node)
 {
     return request(24, hex("00000001 @80 '" + node + "' @112 '" + process + "' @156 002c 0004 02 @172"), 0);
@@ -129,7 +135,7 @@ bytes_t status_request(rib_tableid_td table)
     return request(23, number(table));
 }
 
-bytes_t lookup_request(const char *addr, uint32_t length, uint32_t flags, rib_tableid_td table)
+bytes_t lookup_request(const std::string &addr, uint32_t length, uint32_t flags, rib_tableid_td table)
 {
     bytes_t body(32);
     put(&body, {{0, table, 4}, {24, length, 4}, {28, flags, 4}});

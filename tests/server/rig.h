@@ -18,9 +18,18 @@ constexpr errcode NOT_FOUND = 0x42D29400;
 bytes_t number(uint64_t value, size_t width = 4);
 uint32_t get32(const bytes_t &bytes, size_t at);
 
+/* A field of bytes: where, what and how wide; an address: where and as text. */
+struct field_td {
+    size_t at;
+    uint64_t value;
+    size_t width = 4;
+};
+using addr_td = std::pair<size_t, std::string>;
+std::string addr_at(const bytes_t &bytes, size_t at);
+
 /* A path record, a route record with paths, a whole message. */
 struct path_td {
-    const char *nexthop = "::";
+    std::string nexthop = "::";
     uint32_t interface = 0;
     uint32_t table = 0;
     uint32_t metric = 0;
@@ -31,7 +40,7 @@ struct path_td {
     uint32_t ext_mask = 0; /* of the trailing blocks, which are filled with 0xB0 */
 };
 struct route_td {
-    const char *prefix = "2001:db8::";
+    std::string prefix = "2001:db8::";
     uint8_t len = 32;
     std::vector<path_td> paths = {};
     bool replace = false;
@@ -45,10 +54,12 @@ bytes_t single_batch(rib_tableid_td table, rib_protoid_td protoid, const std::ve
 bytes_t multi_batch(const std::vector<bytes_t> &records);
 /* Of a single request; zeros follow its body. */
 bytes_t request(uint32_t command, const bytes_t &body, size_t zeros = 8);
+/* The same, of the length that the command has, from the fields of its body. */
+bytes_t request_of(uint32_t command, const std::vector<field_td> &fields, const std::vector<addr_td> &addrs = {});
 bytes_t register_request(const std::string &name, const std::string &instance, const std::vector<uint32_t> &words);
 bytes_t protoid_request(uint32_t command, rib_protoid_td protoid, uint32_t word = 0);
 bytes_t status_request(rib_tableid_td table);
-bytes_t lookup_request(const char *addr, uint32_t length, uint32_t flags, rib_tableid_td table = TABLE);
+bytes_t lookup_request(const std::string &addr, uint32_t length, uint32_t flags, rib_tableid_td table = TABLE);
 bytes_t bind_request(const std::string &process, const std::string &node);
 
 /* The results of a batch reply: t table, r route, a added and d withdrawn path, each with its RIB result. */

@@ -96,8 +96,8 @@ protected:
     }
 
     std::mt19937_64 random_{GetParam()};
-    uint64_t version_ = 0;
-    rib_table table_{1, version_};
+    rib_table_common common_;
+    rib_table table_{1, common_};
     model_td model_;
 };
 
