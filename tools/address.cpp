@@ -49,6 +49,12 @@ bool operator==(const ip_prefix &a, const ip_prefix &b)
     return a.len == b.len && same_address(a.addr, b.addr);
 }
 
+bool in_prefix_order(const ip_prefix &a, const ip_prefix &b)
+{
+    const address_bits left = bits_of(a.addr), right = bits_of(b.addr);
+    return left != right ? left < right : a.len < b.len;
+}
+
 bool contains(const ip_prefix &prefix, address_bits addr)
 {
     return (addr & mask_of(prefix.len)) == bits_of(prefix.addr);

@@ -27,6 +27,8 @@ address_bits mask_of(unsigned len);
 in6_addr masked(const in6_addr &addr, unsigned len);
 
 bool operator==(const ip_prefix &a, const ip_prefix &b);
+/* By address, then the shorter first: what covers a prefix comes before it. */
+bool in_prefix_order(const ip_prefix &a, const ip_prefix &b);
 bool same_address(const in6_addr &a, const in6_addr &b);
 bool contains(const ip_prefix &prefix, address_bits addr);
 

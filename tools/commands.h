@@ -14,8 +14,9 @@ struct load_options {
     std::string file;
     protocol_identity protocol = {.name = "static", .instance = "ribctl"};
     rib_tableid_td table = IPV6_RIB_TABLE_DEFAULT;
-    bool small = false;  /* messages of at most 63,488 bytes */
-    bool verify = false; /* look every route up afterwards */
+    uint8_t distance = 0; /* 0 for the protocol's */
+    bool small = false;   /* messages of at most 63,488 bytes */
+    bool verify = false;  /* look every route up afterwards */
 };
 
 struct generate_options {
@@ -27,7 +28,30 @@ struct generate_options {
 struct lookup_options {
     std::string what;
     rib_tableid_td table = IPV6_RIB_TABLE_DEFAULT;
-    bool exact = false;
+    bool exact = false, longer = false;
+};
+
+/* One route of a protocol, or one path of it. */
+struct change_options {
+    std::string prefix, nexthop; /* no next hop: every path */
+    protocol_identity protocol = {.name = "static", .instance = "ribctl"};
+    rib_tableid_td table = IPV6_RIB_TABLE_DEFAULT;
+    uint32_t interface = 0, metric = 0, tag = 0;
+    uint8_t distance = 0; /* 0 for the protocol's */
+    bool replace = false; /* the path takes the place of all others */
+};
+
+struct routes_options {
+    std::string protocol, range; /* as they were asked for; empty for all */
+    rib_tableid_td table = IPV6_RIB_TABLE_DEFAULT;
+    bool best = false;
+    bool plain = false; /* lines as load reads them */
+};
+
+struct address_options {
+    std::string addr;
+    rib_tableid_td table = IPV6_RIB_TABLE_DEFAULT;
+    bool one_step = false, no_default = false; /* of nexthop */
 };
 
 struct demo_options {
@@ -40,6 +64,12 @@ int load_command(const load_options &options, output &out);
 int convert_command(const std::string &file, output &out);
 int generate_command(const generate_options &options, bool as_json);
 int lookup_command(const lookup_options &options, output &out);
+int routes_command(const routes_options &options, output &out);
+int explain_command(const std::string &what, rib_tableid_td table, output &out);
+int add_command(const change_options &options, output &out);
+int del_command(const change_options &options, output &out);
+int local_command(const address_options &options, output &out);
+int nexthop_command(const address_options &options, output &out);
 int protocols_command(output &out);
 int status_command(rib_tableid_td table, output &out);
 int demo_command(const demo_options &options, output &out);

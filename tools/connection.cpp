@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 
 static_assert(RIB_PROTO_NAME_PAIR == 2 * RIB_PROTO_NAME_FIELD);
 
@@ -47,11 +48,42 @@ static std::string registration_error(errcode code)
     }
 }
 
+/* With a kind other than 0 only a protocol of that kind is found. */
+static std::optional<rib_protoid_td> find_of_kind(ipv6_rib_conn_p conn, const protocol_identity &identity, uint32_t kind)
+{
+    errcode err = 0;
+    const rib_protoid_td id = ipv6_rib_findpdb(conn, identity.name.c_str(), identity.instance.c_str(), kind, &err);
+    if (id != RIB_PROTOID_NONE)
+        return id;
+    if (err != RIB_SRV_ERR_NOT_FOUND)
+        fail("cannot find protocol {}/{}: {}", identity.name, identity.instance, registration_error(err));
+    return {};
+}
+
+std::optional<rib_protoid_td> find_protocol(ipv6_rib_conn_p conn, const protocol_identity &identity)
+{
+    return find_of_kind(conn, identity, 0);
+}
+
+static uint32_t kind_of(ipv6_rib_conn_p conn, const protocol_identity &identity)
+{
+    if (identity.kind)
+        return *identity.kind;
+    if (!find_protocol(conn, identity))
+        return RIB_PROTO_KIND_STATIC;
+    constexpr uint32_t with_a_number[] = {RIB_PROTO_KIND_CONNECTED, RIB_PROTO_KIND_LOCAL, RIB_PROTO_KIND_STATIC};
+    for (const uint32_t kind : with_a_number)
+        if (find_of_kind(conn, identity, kind))
+            return kind;
+    return RIB_PROTO_KIND_ROUTING;
+}
+
 rib_protoid_td register_protocol(ipv6_rib_conn_p conn, const protocol_identity &identity)
 {
     errcode err = 0;
-    const rib_protoid_td id = ipv6_rib_register_protocol(conn, identity.name.c_str(), identity.instance.c_str(), identity.kind,
-                                                         identity.distance, identity.hold_seconds, 0, &err);
+    const rib_protoid_td id =
+        ipv6_rib_register_protocol(conn, identity.name.c_str(), identity.instance.c_str(), kind_of(conn, identity),
+                                   identity.distance, identity.hold_seconds, 0, &err);
     if (id == RIB_PROTOID_NONE)
         fail("cannot register protocol {}/{}: {}", identity.name, identity.instance, registration_error(err));
     return id;
@@ -77,8 +109,26 @@ std::vector<protocol_names> names_of(ipv6_rib_conn_p conn, const std::vector<rib
     return names;
 }
 
-std::string name_of(ipv6_rib_conn_p conn, rib_protoid_td id)
+static std::string name_of(ipv6_rib_conn_p conn, rib_protoid_td id)
 {
     const protocol_names names = names_of(conn, {id}).front();
     return names.name.empty() ? fmt::format("protocol {}", id) : fmt::format("{}/{}", names.name, names.instance);
+}
+
+protocol_namer cached_names(ipv6_rib_conn_p conn)
+{
+    return [conn, known = std::map<rib_protoid_td, std::string>()](rib_protoid_td id) mutable {
+        const auto [at, is_new] = known.try_emplace(id);
+        if (is_new)
+            at->second = name_of(conn, id);
+        return at->second;
+    };
+}
+
+table_status status_of(ipv6_rib_conn_p conn, rib_tableid_td table)
+{
+    table_status status = {};
+    if (const errcode err = ipv6_rib_get_table_status(conn, table, &status))
+        fail("cannot read the status of table {:#010x}: {}", table, error_text(err));
+    return status;
 }

@@ -6,6 +6,8 @@
 #include <ipv6_rib/connection.h>
 #include <ipv6_rib/protocol.h>
 
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,14 +25,17 @@ private:
     ipv6_rib_conn_p conn_ = nullptr;
 };
 
+/* A protocol as this tool registers it. */
 struct protocol_identity {
     std::string name, instance;
-    uint32_t kind = RIB_PROTO_KIND_STATIC;
-    uint32_t distance = 0; /* 0 for the kind's */
+    std::optional<uint32_t> kind = {}; /* none: the one that it has, static for a new protocol */
+    uint32_t distance = 0;             /* 0 for the kind's */
     uint32_t hold_seconds = RIB_PROTO_HOLD_FOREVER;
 };
 
-/* Fails the command when the server refuses. */
+/* The identifier of a protocol; nothing when it is not registered. */
+std::optional<rib_protoid_td> find_protocol(ipv6_rib_conn_p conn, const protocol_identity &identity);
+/* Registering again sets all words of a protocol anew. Fails the command when the server refuses. */
 rib_protoid_td register_protocol(ipv6_rib_conn_p conn, const protocol_identity &identity);
 
 struct protocol_names {
@@ -40,4 +45,12 @@ struct protocol_names {
 
 std::vector<protocol_names> names_of(ipv6_rib_conn_p conn, const std::vector<rib_protoid_td> &ids);
 /* "static/ribctl", or the number of an identifier without a name. */
-std::string name_of(ipv6_rib_conn_p conn, rib_protoid_td id);
+using protocol_namer = std::function<std::string(rib_protoid_td)>;
+/* Asks the server for each name once. */
+protocol_namer cached_names(ipv6_rib_conn_p conn);
+
+/* RIB_TABLE_*, and how many prefixes there are. */
+struct table_status {
+    uint32_t flags, prefixes;
+};
+table_status status_of(ipv6_rib_conn_p conn, rib_tableid_td table);

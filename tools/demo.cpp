@@ -1,15 +1,20 @@
 /*
- * demo: shows what the library does, and checks all of it: a table is loaded into a server of this process, every route
- * and many addresses are looked up and compared with the tool's own model, a second protocol overrides some prefixes and
- * leaves again, and at last everything is withdrawn.
+ * demo: shows what the library does, and checks all of it: a table is loaded into a server of this process, listed, every
+ * route and many addresses are looked up and compared with the tool's own model, a second protocol overrides some prefixes
+ * and leaves again, and at last everything is withdrawn.
  */
 #include "commands.h"
 #include "demo_server.h"
+#include "explain.h"
 #include "failure.h"
 #include "generator.h"
 #include "loader.h"
+#include "lookup.h"
 #include "table_file.h"
 #include "verify.h"
+
+#include <ipv6_rib/route_change.h>
+#include <ipv6_rib/route_inspect.h>
 
 #include <chrono>
 
@@ -42,6 +47,7 @@ public:
     {
         step("load", "routes", [&] { return load(); });
         step("count", "prefixes", [&] { return expect_prefixes(model_->routes().size()); });
+        step("list", "routes", [&] { return of(verify_listed(base(), model_->routes(), shown_)); });
         step("exact lookup", "routes", [&] { return of(verify_exact(base(), model_->routes(), shown_)); });
         step("longest match", "addresses", [&] { return of(verify_longest(base(), *model_, longest_lookups, shown_)); });
         show_samples();
@@ -151,10 +157,8 @@ private:
 
     step_result expect_prefixes(size_t expected)
     {
-        uint32_t status[2] = {};
-        if (const errcode err = ipv6_rib_get_table_status(*conn_, table, status))
-            fail("cannot read the table's status: {}", error_text(err));
-        return {status[1], status[1] != expected};
+        const uint32_t prefixes = status_of(*conn_, table).prefixes;
+        return {prefixes, prefixes != expected};
     }
 
     void show_samples()
@@ -182,6 +186,15 @@ private:
         return some;
     }
 
+    /* The protocol that is overridden tells that it advertises the route that took its place; the route tells so, too. */
+    step_result advertise(const ip_prefix &prefix)
+    {
+        if (ipv6_rib_set_advertising_flag(*conn_, table, &prefix.addr, prefix.len, base_, 1) != 0)
+            return {1, 1};
+        const ipv6_routetype *found = look_up(*conn_, table, prefix, RIB_LOOKUP_EXACT);
+        return {1, !ipv6_rib_route_check_advertisement(found, base_)};
+    }
+
     /* A better distance wins while it is there, and what it hid comes back when it leaves. */
     void overrule()
     {
@@ -191,6 +204,8 @@ private:
             one.nexthop = address_of(address_bits{0x20010DB8FFFF} << 80 | 1);
         step("override", "routes", [&] { return send(better_, theirs); });
         step("overridden", "routes", [&] { return of(verify_exact(better(), theirs, shown_)); });
+        step("advertise", "prefixes", [&] { return advertise(hidden.front().prefix); });
+        explain(*conn_, table, hidden.front().prefix, out_);
         step("take back", "routes", [&] { return withdraw(better_, theirs); });
         step("as before", "routes", [&] { return of(verify_exact(base(), hidden, shown_)); });
         step("count", "prefixes", [&] { return expect_prefixes(model_->routes().size()); });
@@ -203,7 +218,7 @@ private:
         if (out_.as_json())
             out_.object({{"demo", "passed"}, {"routes", model_->routes().size()}, {"input_flawless", flawless_}});
         else
-            out_.line("demo passed: {} routes loaded, found, overridden and withdrawn, nothing differed",
+            out_.line("demo passed: {} routes loaded, listed, found, overridden and withdrawn, nothing differed",
                       model_->routes().size());
         return flawless_ ? exit_fine : exit_bad_input;
     }

@@ -41,11 +41,11 @@ route_loader::on_refusal refusal_teller(progress &shown, json &first)
 }
 
 /* Sends every route of the file; the routes are kept only when they are wanted again. */
-void send_all(table_file &source, route_loader &loader, std::vector<route> *kept)
+void send_all(table_file &source, route_loader &loader, uint8_t distance, std::vector<route> *kept)
 {
     route read;
     while (source.next(&read)) {
-        loader.add(read);
+        loader.add(read, distance);
         if (kept)
             kept->push_back(read);
     }
@@ -120,7 +120,7 @@ int load_command(const load_options &options, output &out)
 
     const auto start = std::chrono::steady_clock::now();
     route_loader loader(conn, options.table, proto, options.small, refusal_teller(shown, run.first_refused));
-    send_all(source, loader, options.verify ? &kept : nullptr);
+    send_all(source, loader, options.distance, options.verify ? &kept : nullptr);
     run.seconds_all = seconds(std::chrono::steady_clock::now() - start).count();
     shown.clear();
     source.tell_end();

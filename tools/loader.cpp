@@ -25,11 +25,12 @@ void route_loader::check(rib_batch_buffer_result result) const
         fail("a batch with {} routes took no further one (result {})", waiting_.size(), static_cast<int>(result));
 }
 
-void route_loader::add(const route &what)
+void route_loader::add(const route &what, uint8_t distance)
 {
     constexpr uint32_t replace_paths = 1;
     make_room();
-    check(ipv6_rib_batch_buffer_add_route(buffer_.get(), &what.prefix.addr, what.prefix.len, 0, replace_paths));
+    check(
+        ipv6_rib_batch_buffer_add_route2(buffer_.get(), &what.prefix.addr, what.prefix.len, 0, 0, 0, replace_paths, 0, distance));
     check(ipv6_rib_batch_buffer_add_path(buffer_.get(), 0, 0, &what.nexthop, &in6addr_any, 0, 0, 0));
     waiting_.push_back(what);
 }

@@ -34,8 +34,9 @@ public:
 
     route_loader(ipv6_rib_conn_p conn, rib_tableid_td table, rib_protoid_td proto, bool small_messages, on_refusal told);
 
-    /* Puts a route in the place of the protocol's route for the prefix. Sends when the batch is full. */
-    void add(const route &what);
+    /* Puts a route in the place of the protocol's route for the prefix; distance 0 is the protocol's. Sends when the batch is
+     * full. */
+    void add(const route &what, uint8_t distance = 0);
     /* Withdraws the protocol's route for the prefix, all its paths. */
     void withdraw(const ip_prefix &what);
     /* Sends what waits. Fails the command when the exchange fails. */

@@ -19,10 +19,15 @@ void output::write_when_due()
         finish();
 }
 
-void output::finish()
+bool output::write()
 {
     const bool written = fwrite(waiting_.data(), 1, waiting_.size(), file_) == waiting_.size() && fflush(file_) == 0;
     waiting_.clear();
-    if (!written)
+    return written;
+}
+
+void output::finish()
+{
+    if (!write())
         fail("cannot write the output: {}", std::strerror(errno));
 }

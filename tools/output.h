@@ -29,6 +29,8 @@ public:
     void object(const json &value);
     /* Writes everything now; fails the command when something could not be written. */
     void finish();
+    /* The same, telling whether everything could be written. */
+    bool write();
 
 private:
     void write_when_due();

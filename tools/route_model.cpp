@@ -2,15 +2,14 @@
 
 #include <algorithm>
 
-static bool in_prefix_order(const route &a, const route &b)
+static bool before(const route &a, const route &b)
 {
-    const address_bits left = bits_of(a.prefix.addr), right = bits_of(b.prefix.addr);
-    return left != right ? left < right : a.prefix.len < b.prefix.len;
+    return in_prefix_order(a.prefix, b.prefix);
 }
 
 route_model::route_model(std::vector<route> routes) : routes_(std::move(routes))
 {
-    std::stable_sort(routes_.begin(), routes_.end(), in_prefix_order);
+    std::stable_sort(routes_.begin(), routes_.end(), before);
     const auto same_prefix = [](const route &a, const route &b) { return a.prefix == b.prefix; };
     /* From the back, so that the last of equals stays. */
     const auto kept = std::unique(routes_.rbegin(), routes_.rend(), same_prefix);
@@ -33,7 +32,7 @@ void route_model::link_covers()
 const route *route_model::longest(const in6_addr &addr) const
 {
     const route wanted = {{addr, 128}, {}};
-    const auto after = std::upper_bound(routes_.begin(), routes_.end(), wanted, in_prefix_order);
+    const auto after = std::upper_bound(routes_.begin(), routes_.end(), wanted, before);
     if (after == routes_.begin())
         return nullptr;
     auto at = static_cast<uint32_t>(after - routes_.begin()) - 1;

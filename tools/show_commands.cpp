@@ -1,86 +1,17 @@
 /*
- * The commands that only read: lookup, protocols, status.
+ * The commands that only read: lookup, explain, protocols, status.
  */
+#include "argument.h"
 #include "commands.h"
+#include "explain.h"
 #include "failure.h"
-#include "results.h"
-#include "verify.h"
+#include "lookup.h"
+#include "show_routes.h"
 
 #include <numeric>
 
 namespace
 {
-
-/* An address stands for itself; host bits of a prefix are cleared. */
-ip_prefix parse_asked(const std::string &text)
-{
-    ip_prefix asked = {{}, 128};
-    const size_t slash = text.find('/');
-    const char *why = parse_address(text.substr(0, slash), &asked.addr);
-    if (!why && slash != text.npos) {
-        ip_prefix length_alone;
-        why = parse_prefix("::" + text.substr(slash), &length_alone);
-        asked.len = why ? asked.len : length_alone.len;
-    }
-    if (why)
-        fail("'{}': {}", printable(text), why);
-    return {masked(asked.addr, asked.len), asked.len};
-}
-
-json path_object(const rib_pathtype &path)
-{
-    json told = {{"nexthop", text_of(address_at(&path.path_nexthop))},
-                 {"interface", +path.path_interface},
-                 {"metric", +path.path_metric},
-                 {"backup", (path.path_state & RIB_PATH_BACKUP) != 0}};
-    told["label"] = path.path_label == RIB_LABEL_NONE ? json() : json(+path.path_label);
-    return told;
-}
-
-json route_object(const ipv6_routetype &found, const std::string &protocol)
-{
-    json paths = json::array();
-    for (unsigned i = 0; i < found.rt_path_count; ++i)
-        paths.push_back(path_object(found.rt_path[i]));
-    return {{"prefix", text_of(prefix_of(found))},
-            {"protocol", protocol},
-            {"protocol_id", +found.rt_protoid},
-            {"distance", +found.rt_distance},
-            {"metric", +found.rt_metric},
-            {"held", (found.rt_state & RIB_ROUTE_STALE) != 0},
-            {"paths", paths}};
-}
-
-void print_path(const rib_pathtype &path, output &out)
-{
-    std::string text = fmt::format("    via {}", text_of(address_at(&path.path_nexthop)));
-    if (path.path_interface)
-        text += fmt::format(", interface {}", +path.path_interface);
-    text += fmt::format(", metric {}", +path.path_metric);
-    if (path.path_label != RIB_LABEL_NONE)
-        text += fmt::format(", label {}", +path.path_label);
-    out.line("{}{}", text, path.path_state & RIB_PATH_BACKUP ? ", backup" : "");
-}
-
-void print_route(const ipv6_routetype &found, const std::string &protocol, output &out)
-{
-    out.line("{} from {}, distance {}, metric {}{}", text_of(prefix_of(found)), protocol, +found.rt_distance, +found.rt_metric,
-             found.rt_state & RIB_ROUTE_STALE ? ", held for a client that is gone" : "");
-    for (unsigned i = 0; i < found.rt_path_count; ++i)
-        print_path(found.rt_path[i], out);
-}
-
-struct table_status {
-    uint32_t flags, prefixes;
-};
-
-table_status status_of(ipv6_rib_conn_p conn, rib_tableid_td table)
-{
-    table_status status = {};
-    if (const errcode err = ipv6_rib_get_table_status(conn, table, &status))
-        fail("cannot read the status of table {:#010x}: {}", table, error_text(err));
-    return status;
-}
 
 std::string flags_text(uint32_t flags)
 {
@@ -94,16 +25,20 @@ std::string flags_text(uint32_t flags)
 
 int lookup_command(const lookup_options &options, output &out)
 {
-    const ip_prefix asked = parse_asked(options.what);
+    const ip_prefix asked = asked_argument(options.what);
     const rib_connection conn;
-    const ipv6_routetype *found = look_up(conn, options.table, asked, options.exact ? RIB_LOOKUP_EXACT : RIB_LOOKUP_LONGEST);
-    if (!found)
-        fail("table {:#010x} has no route {} {}", options.table, options.exact ? "that is exactly" : "for", text_of(asked));
-    const std::string protocol = name_of(conn, found->rt_protoid);
+    const ipv6_routetype *found =
+        options.longer ? look_up_longer(conn, options.table, asked)
+                       : look_up(conn, options.table, asked, options.exact ? RIB_LOOKUP_EXACT : RIB_LOOKUP_LONGEST);
+    if (!found) {
+        const char *which = options.longer ? "longer than" : options.exact ? "that is exactly" : "for";
+        fail("table {:#010x} has no route {} {}", options.table, which, text_of(asked));
+    }
+    const protocol_namer name = cached_names(conn);
     if (out.as_json())
-        out.object(route_object(*found, protocol));
+        out.object(route_object(*found, name));
     else
-        print_route(*found, protocol, out);
+        out.line("{}", route_text(*found, name));
     return exit_fine;
 }
 
@@ -143,5 +78,19 @@ int status_command(rib_tableid_td table, output &out)
     out.line("client    {} on channel {:#x}, server on {}", client, channel, collocated ? "this node" : "another node");
     out.line("table     {:#010x} {}", table, flags_text(status.flags));
     out.line("prefixes  {}", status.prefixes);
+    return exit_fine;
+}
+
+int explain_command(const std::string &what, rib_tableid_td table, output &out)
+{
+    ip_prefix prefix = asked_argument(what);
+    const rib_connection conn;
+    if (what.find('/') == what.npos) {
+        const ipv6_routetype *found = look_up(conn, table, prefix, RIB_LOOKUP_LONGEST);
+        if (!found)
+            fail("table {:#010x} has no route for {}", table, text_of(prefix));
+        prefix = prefix_of(*found);
+    }
+    explain(conn, table, prefix, out);
     return exit_fine;
 }

@@ -2,8 +2,9 @@
 
 #include "failure.h"
 #include "interrupt.h"
+#include "lookup.h"
 #include "random.h"
-#include "results.h"
+#include "route_fetch.h"
 
 namespace
 {
@@ -32,13 +33,13 @@ std::string difference(const ip_prefix &asked, const route *expected, const ipv6
         got = fmt::format("{} by {} of protocol {} with {} paths", text_of(prefix_of(*found)), text_of(nexthop_of(*found, 0)),
                           +found->rt_protoid, +found->rt_path_count);
     }
-    return fmt::format("lookup of {}: {} was expected, the server has {}", text_of(asked), wanted, got);
+    return fmt::format("{}: {} was expected, the server has {}", text_of(asked), wanted, got);
 }
 
-void check(const verify_target &target, const ip_prefix &asked, uint32_t flags, const route *expected, verify_counts *counts,
-           progress &shown)
+/* Counts what was found, and tells a difference. */
+void take(const verify_target &target, const ip_prefix &asked, const route *expected, const ipv6_routetype *found,
+          verify_counts *counts, progress &shown)
 {
-    const ipv6_routetype *found = look_up(target.conn, target.table, asked, flags);
     const finding result = compare(target, expected, found);
     ++counts->checked;
     counts->right += result == finding::right;
@@ -46,6 +47,12 @@ void check(const verify_target &target, const ip_prefix &asked, uint32_t flags, 
     counts->wrong += result == finding::wrong;
     if (result == finding::wrong && counts->wrong <= told_in_detail)
         shown.message(difference(asked, expected, found));
+}
+
+void check(const verify_target &target, const ip_prefix &asked, uint32_t flags, const route *expected, verify_counts *counts,
+           progress &shown)
+{
+    take(target, asked, expected, look_up(target.conn, target.table, asked, flags), counts, shown);
 }
 
 /* Inside a route of the model, or, one time in eight, anywhere in global unicast space. */
@@ -59,27 +66,6 @@ in6_addr some_address(random_source &random, const route_model &model)
 }
 
 } // namespace
-
-ip_prefix prefix_of(const ipv6_routetype &found)
-{
-    return {address_at(&found.rt_prefix), found.rt_prefix_len};
-}
-
-in6_addr nexthop_of(const ipv6_routetype &found, size_t path)
-{
-    return address_at(&found.rt_path[path].path_nexthop);
-}
-
-const ipv6_routetype *look_up(ipv6_rib_conn_p conn, rib_tableid_td table, const ip_prefix &what, uint32_t flags)
-{
-    static thread_local ipv6_routetype found = {};
-    errcode err = 0;
-    if (ipv6_rib_route_lookup(conn, table, &what.addr, what.len, flags, 0, &found, &err))
-        return &found;
-    if (err != 0 && err != RIB_SRV_ERR_NOT_FOUND)
-        fail("the lookup of {} failed: {}", text_of(what), error_text(err));
-    return nullptr;
-}
 
 static verify_counts verify_prefixes(const verify_target &target, std::span<const route> routes, bool present, progress &shown)
 {
@@ -100,6 +86,32 @@ verify_counts verify_exact(const verify_target &target, std::span<const route> r
 verify_counts verify_absent(const verify_target &target, std::span<const route> routes, progress &shown)
 {
     return verify_prefixes(target, routes, false, shown);
+}
+
+/* Both are in prefix order, and so walked side by side. */
+verify_counts verify_listed(const verify_target &target, std::span<const route> routes, progress &shown)
+{
+    verify_counts counts;
+    auto expected = routes.begin();
+    const auto take_missing = [&] {
+        take(target, expected->prefix, &*expected, nullptr, &counts, shown);
+        ++expected;
+    };
+    for_each_route(target.conn, {.table = target.table}, [&](const ipv6_routetype &found) {
+        if (!target.alone && found.rt_protoid != target.proto)
+            return true;
+        const ip_prefix prefix = prefix_of(found);
+        while (expected != routes.end() && in_prefix_order(expected->prefix, prefix))
+            take_missing();
+        const bool known = expected != routes.end() && expected->prefix == prefix;
+        take(target, prefix, known ? &*expected : nullptr, &found, &counts, shown);
+        expected += known;
+        shown.update(counts.checked, routes.size(), counts.checked);
+        return true;
+    });
+    while (expected != routes.end())
+        take_missing();
+    return counts;
 }
 
 verify_counts verify_longest(const verify_target &target, const route_model &model, size_t lookups, progress &shown)

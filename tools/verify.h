@@ -1,22 +1,15 @@
 /*
- * Lookups that check what was loaded.
+ * Lookups and a listing that check what was loaded.
  */
 #pragma once
 
 #include "progress.h"
 #include "route_model.h"
 
-#include <ipv6_rib/route.h>
+#include <ipv6_rib/types.h>
 
 #include <cstdint>
 #include <span>
-
-/* Looks a route up; the record it fills is this thread's and is overwritten by the next call. NULL when there is none;
- * fails the command when the lookup itself fails. */
-const ipv6_routetype *look_up(ipv6_rib_conn_p conn, rib_tableid_td table, const ip_prefix &what, uint32_t flags);
-
-ip_prefix prefix_of(const ipv6_routetype &found);
-in6_addr nexthop_of(const ipv6_routetype &found, size_t path);
 
 struct verify_counts {
     uint64_t checked = 0;
@@ -36,5 +29,7 @@ struct verify_target {
 verify_counts verify_exact(const verify_target &target, std::span<const route> routes, progress &shown);
 /* Looks each prefix up exactly; any answer but that there is no route is wrong. */
 verify_counts verify_absent(const verify_target &target, std::span<const route> routes, progress &shown);
+/* Lists the table and compares them with routes in prefix order; what is listed and was not expected is wrong. */
+verify_counts verify_listed(const verify_target &target, std::span<const route> routes, progress &shown);
 /* Looks host addresses up that lie inside routes of the model, and a few anywhere. */
 verify_counts verify_longest(const verify_target &target, const route_model &model, size_t lookups, progress &shown);

@@ -1,11 +1,13 @@
 /*
- * The loader against a real server in this process.
+ * The loader, and the listing of what was loaded, against a real server in this process.
  */
 #include "tools/loader.h"
 
 #include "server/embed.h"
 #include "tools/connection.h"
 #include "tools/generator.h"
+#include "tools/lookup.h"
+#include "tools/route_fetch.h"
 #include "tools/verify.h"
 
 #include <gtest/gtest.h>
@@ -102,6 +104,8 @@ TEST_F(loader, verification_finds_what_differs)
     expected[7].nexthop = in6addr_loopback;
     testing::internal::CaptureStderr();
     EXPECT_EQ(verify_exact(target(), expected, shown_).wrong, 11u);
+    EXPECT_EQ(verify_listed(target(), expected, shown_).wrong, 11u);
+    EXPECT_EQ(verify_listed(target(), {expected.data() + 10, 75}, shown_).wrong, 15u) << "more than was expected";
     const std::string told = testing::internal::GetCapturedStderr();
     EXPECT_NE(told.find(text_of(expected[7].prefix) + " by ::1 was expected"), std::string::npos) << told;
     EXPECT_NE(told.find("the server has no route"), std::string::npos) << told;
@@ -109,4 +113,62 @@ TEST_F(loader, verification_finds_what_differs)
     other.proto = static_cast<rib_protoid_td>(proto_ + 1);
     other.alone = false;
     EXPECT_EQ(verify_exact(other, {routes.data(), 90}, shown_).hidden, 90u);
+    EXPECT_EQ(verify_listed(other, {}, shown_).checked, 0u);
+}
+
+TEST_F(loader, a_listing_finds_what_matches_in_passes_of_any_size)
+{
+    const std::vector<route> routes = generate_table(600, 7);
+    route_loader into = make(false);
+    add_all(into, routes);
+    const rib_protoid_td worse = register_protocol(*conn_, {.name = "static", .instance = "worse"});
+    route_loader third(*conn_, IPV6_RIB_TABLE_DEFAULT, worse, false, nullptr);
+    for (size_t i = 0; i < routes.size(); i += 3)
+        third.add(routes[i], 200);
+    third.flush();
+    const auto line = [](const ip_prefix &prefix, rib_protoid_td proto) { return fmt::format("{} {}", text_of(prefix), proto); };
+    const ip_prefix inside = {masked(routes[300].prefix.addr, 16), 16};
+    const std::pair<route_filter, std::function<bool(const route &, bool)>> cases[] = {
+        {{}, [](const route &, bool) { return true; }},
+        {{.best_only = true}, [](const route &, bool is_worse) { return !is_worse; }},
+        {{.protocol = "static", .instance = "worse"}, [](const route &, bool is_worse) { return is_worse; }},
+        {{.range = {inside, inside}}, [&](const route &one, bool) { return contains(inside, bits_of(one.prefix.addr)); }},
+        {{.range = {routes[5].prefix, {}}},
+         [&](const route &one, bool) { return !in_prefix_order(one.prefix, routes[5].prefix); }},
+    };
+    for (auto [filter, matches] : cases) {
+        std::vector<std::string> expected;
+        for (size_t i = 0; i < routes.size(); ++i)
+            for (const bool is_worse : {false, true})
+                if ((!is_worse || i % 3 == 0) && matches(routes[i], is_worse))
+                    expected.push_back(line(routes[i].prefix, is_worse ? worse : proto_));
+        for (const uint32_t in_a_pass : {1u, 7u, 0u}) {
+            filter.in_a_pass = in_a_pass;
+            std::vector<std::string> got;
+            for_each_route(*conn_, filter, [&](const ipv6_routetype &one) {
+                got.push_back(line(prefix_of(one), one.rt_protoid));
+                return true;
+            });
+            EXPECT_EQ(got, expected) << in_a_pass;
+        }
+    }
+}
+
+TEST_F(loader, a_listing_ends_when_it_is_told_to_or_the_rest_goes)
+{
+    const std::vector<route> routes = generate_table(100, 7);
+    route_loader into = make(false);
+    add_all(into, routes);
+    const route_filter by_ten = {.in_a_pass = 10};
+    unsigned told = 0;
+    EXPECT_EQ(for_each_route(*conn_, by_ten, [&](const ipv6_routetype &) { return ++told < 15; }), 15u);
+    EXPECT_EQ(for_each_route(*conn_, by_ten,
+                             [&](const ipv6_routetype &) {
+                                 for (const route &one : routes)
+                                     into.withdraw(one.prefix);
+                                 into.flush();
+                                 return true;
+                             }),
+              10u);
+    EXPECT_EQ(for_each_route(*conn_, by_ten, [](const ipv6_routetype &) { return true; }), 0u);
 }

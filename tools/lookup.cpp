@@ -1,0 +1,42 @@
+#include "lookup.h"
+
+#include "failure.h"
+#include "results.h"
+
+static thread_local ipv6_routetype found;
+
+ip_prefix prefix_of(const ipv6_routetype &route)
+{
+    return {address_at(&route.rt_prefix), route.rt_prefix_len};
+}
+
+in6_addr nexthop_of(const ipv6_routetype &route, size_t path)
+{
+    return path < route.rt_path_count ? address_at(&route.rt_path[path].path_nexthop) : in6addr_any;
+}
+
+/* The record that a lookup filled. */
+static const ipv6_routetype *answer(int known, errcode err, const ip_prefix &what)
+{
+    if (known)
+        return &found;
+    if (err != 0 && err != RIB_SRV_ERR_NOT_FOUND)
+        fail("the lookup of {} failed: {}", text_of(what), error_text(err));
+    return nullptr;
+}
+
+const ipv6_routetype *look_up(ipv6_rib_conn_p conn, rib_tableid_td table, const ip_prefix &what, uint32_t flags)
+{
+    errcode err = 0;
+    const int known = ipv6_rib_route_lookup(conn, table, &what.addr, what.len, flags, 0, &found, &err);
+    return answer(known, err, what);
+}
+
+const ipv6_routetype *look_up_longer(ipv6_rib_conn_p conn, rib_tableid_td table, const ip_prefix &what)
+{
+    errcode err = 0;
+    const int known = ipv6_rib_route_lookup_longer_internal(conn, table, &what.addr, what.len, 0, &found, &err);
+    if (known)
+        ipv6_rib_route_xform(&found);
+    return answer(known, err, what);
+}
