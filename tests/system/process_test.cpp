@@ -3,15 +3,33 @@
  */
 #include "system_test.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <sys/stat.h>
 #include <thread>
 
 namespace
 {
+std::string contents(const std::string &path)
+{
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::vector<std::string> sorted_lines(const std::string &text)
+{
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    std::sort(lines.begin(), lines.end());
+    return lines;
+}
+
 class processes : public ::testing::Test
 {
 protected:
@@ -39,9 +57,43 @@ TEST_F(processes, a_generated_table_is_loaded_verified_and_kept)
     EXPECT_EQ(lookup.status, 0);
     EXPECT_NE(lookup.output.find(nexthop), std::string::npos) << lookup.output;
     EXPECT_NE(ribctl({"status"}).output.find("20000"), std::string::npos);
+    EXPECT_TRUE(sorted_lines(ribctl({"routes", "--text"}).output) == sorted_lines(contents(table)));
     EXPECT_NE(ribctl({"protocols"}).output.find("static"), std::string::npos);
     ribd.signal(SIGTERM);
     EXPECT_EQ(ribd.wait(), 0);
+}
+
+/* What a command prints, and how it ends. */
+TEST_F(processes, single_routes_are_changed_and_explained)
+{
+    child_process ribd = start_ribd(dir);
+    ASSERT_TRUE(ribd.await_line("ready"));
+    struct {
+        std::vector<std::string> words;
+        int status;
+        const char *told;
+    } const steps[] = {
+        {{"del", "2001:db8::/32"}, 1, "static/ribctl"},
+        {{"add", "2001:db8:1::/64", "::", "--interface", "7", "--kind", "connected", "--proto", "connected"}, 0, "best"},
+        {{"add", "2001:db8:1::1/128", "::", "--interface", "7", "--kind", "local", "--proto", "local"}, 0, "best"},
+        {{"add", "2001:db8:2::/48", "2001:db8:1::9", "--metric", "20"}, 0, "best"},
+        {{"add", "2001:db8:2::/48", "2001:db8:1::8", "--proto", "other", "--distance", "150"}, 0, "best"},
+        {{"add", "2001:db8:2::1/48", "2001:db8:1::9"}, 1, ""},
+        {{"explain", "2001:db8:2::/48"}, 0, "other/ribctl"},
+        {{"routes", "--protocol", "other/ribctl"}, 0, "2001:db8:2::/48"},
+        {{"routes", "--protocol", "nobody"}, 1, "nobody"},
+        {{"routes", "--range", "2001:db8:1::/64", "--json"}, 0, "2001:db8:1::1/128"},
+        {{"lookup", "2001:db8:1::/64", "--longer"}, 0, "2001:db8:1::1/128"},
+        {{"nexthop", "2001:db8:2::5"}, 0, "2001:db8:1::9"},
+        {{"local", "2001:db8:1::5"}, 0, "2001:db8:1::/64"},
+        {{"del", "2001:db8:2::/48", "2001:db8:1::9"}, 0, ""},
+        {{"lookup", "2001:db8:2::5"}, 0, "2001:db8:1::8"},
+    };
+    for (const auto &step : steps) {
+        const finished done = ribctl(step.words);
+        EXPECT_EQ(done.status, step.status) << step.words[0] << " " << step.words[1] << ": " << done.output;
+        EXPECT_NE(done.output.find(step.told), std::string::npos) << step.words[0] << " " << step.words[1] << ": " << done.output;
+    }
 }
 
 TEST_F(processes, an_active_and_a_standby_server_live_side_by_side)

@@ -129,17 +129,17 @@ in6_addr_t numbered_prefix(uint32_t number)
     return address;
 }
 
-static std::string text_of(const void *address)
+std::string text_of(const void *address)
 {
     char text[INET6_ADDRSTRLEN];
     return inet_ntop(AF_INET6, address, text, sizeof text);
 }
 
-test_client::test_client(const char *protocol, int32_t (*bind)(ipv6_rib_conn_p *))
+test_client::test_client(const char *protocol, int32_t (*bind)(ipv6_rib_conn_p *), uint32_t kind)
 {
     EXPECT_GT(bind(&conn), 0) << std::strerror(errno);
     errcode err = 1;
-    protoid = ipv6_rib_register_protocol(conn, protocol, "test", RIB_PROTO_KIND_ROUTING, 0, 0, 0, &err);
+    protoid = ipv6_rib_register_protocol(conn, protocol, "test", kind, 0, 0, 0, &err);
     EXPECT_EQ(err, 0u);
     ipv6_rib_batch_buffer_init(buffer, IPV6_RIB_TABLE_DEFAULT, protoid);
 }

@@ -56,6 +56,7 @@ std::string ribctl_program();
 child_process start_ribd(const run_dir &dir, const std::vector<std::string> &options = {});
 
 in6_addr_t addr(const char *text);
+std::string text_of(const void *address);
 /* The number-th of many /48 prefixes. */
 in6_addr_t numbered_prefix(uint32_t number);
 
@@ -68,7 +69,8 @@ public:
     rib_batch_buffer *buffer = ipv6_rib_batch_buffer_allocate(0);
     void *reply = ipv6_rib_batch_args_out_allocate();
 
-    explicit test_client(const char *protocol = "static", int32_t (*bind)(ipv6_rib_conn_p *) = ipv6_rib_bind);
+    explicit test_client(const char *protocol = "static", int32_t (*bind)(ipv6_rib_conn_p *) = ipv6_rib_bind,
+                         uint32_t kind = RIB_PROTO_KIND_ROUTING);
     ~test_client();
     test_client(const test_client &) = delete;
     test_client &operator=(const test_client &) = delete;
