@@ -1,5 +1,5 @@
 /*
- * Listing routes: as many route records as fit stand behind one another in the reply, without a delimiter of their own.
+ * Listing routes: as many routes as fit stand behind one another in the reply. Each ends with its delimiter; their run has none.
  */
 #pragma once
 
