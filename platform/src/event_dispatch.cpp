@@ -1,5 +1,6 @@
 /*
- * Dispatching an event manager: the pulses that wait are taken in, checked and merged; then their handlers run.
+ * Dispatching an event manager: every source that is ready runs. That of the pulses takes in those that wait, checks and
+ * merges them; then their handlers run.
  */
 #include "event_manager.h"
 
@@ -15,6 +16,8 @@
 /* Different pulses of one round, and datagrams read for them; what is left keeps the manager readable. */
 constexpr size_t round_pulses = 64;
 constexpr size_t round_datagrams = 1024;
+/* Sources of one round; the set reports the others first in the next. */
+constexpr int round_sources = 16;
 
 struct waiting_pulse {
     uint32_t attach;
@@ -26,15 +29,14 @@ struct pulse_round {
     size_t count;
 };
 
-/* Waits until the manager is readable. 1, 0 when the time is over, or -1 with errno. */
-static int wait_readable(const event_manager *manager, int timeout_ms)
+/* Waits until sources are ready. Their number, 0 when the time is over, or -1 with errno. */
+static int wait_ready(const event_manager *manager, epoll_event *ready, int timeout_ms)
 {
     const int64_t deadline = now_ms() + timeout_ms;
     for (;;) {
-        epoll_event event;
-        const int ready = epoll_wait(manager->em_epoll, &event, 1, timeout_ms);
-        if (ready >= 0 || errno != EINTR)
-            return ready;
+        const int count = epoll_wait(manager->em_epoll, ready, round_sources, timeout_ms);
+        if (count >= 0 || errno != EINTR)
+            return count;
         if (timeout_ms > 0)
             timeout_ms = static_cast<int>(std::max<int64_t>(deadline - now_ms(), 0));
     }
@@ -98,15 +100,9 @@ static bool find_handler(const event_manager *manager, const waiting_pulse &puls
     return true;
 }
 
-int event_manager_dispatch(event_manager_t *manager, int timeout_ms)
+int event_run_pulses(event_source *source, uint32_t)
 {
-    if (!manager) {
-        errno = EINVAL;
-        return -1;
-    }
-    const int ready = wait_readable(manager, timeout_ms);
-    if (ready <= 0)
-        return ready;
+    const auto *manager = reinterpret_cast<const event_manager *>(source);
     pulse_round round = {};
     take_in(manager, &round);
     int handlers = 0;
@@ -117,5 +113,29 @@ int event_manager_dispatch(event_manager_t *manager, int timeout_ms)
         attachment.ea_handler(reinterpret_cast<void *>(round.pulses[i].value), attachment.ea_code, attachment.ea_context);
         handlers++;
     }
+    return handlers;
+}
+
+static int run_source(const event_manager *manager, const epoll_event &ready)
+{
+    event_source *source = event_source_acquire(manager, ready.data.u64);
+    if (!source)
+        return 0;
+    const int handlers = source->es_ready(source, ready.events);
+    event_source_release(source);
+    return handlers;
+}
+
+int event_manager_dispatch(event_manager_t *manager, int timeout_ms)
+{
+    if (!manager) {
+        errno = EINVAL;
+        return -1;
+    }
+    epoll_event ready[round_sources];
+    const int count = wait_ready(manager, ready, timeout_ms);
+    int handlers = count < 0 ? -1 : 0;
+    for (int i = 0; i < count; i++)
+        handlers += run_source(manager, ready[i]);
     return handlers;
 }

@@ -48,8 +48,12 @@ static int open_manager(event_manager *manager)
     if (getrandom(token, sizeof *token, 0) != sizeof *token)
         return -1;
     manager->em_epoll = epoll_create1(EPOLL_CLOEXEC);
-    epoll_event readable = {.events = EPOLLIN};
-    return manager->em_epoll < 0 ? -1 : epoll_ctl(manager->em_epoll, EPOLL_CTL_ADD, manager->em_socket, &readable);
+    if (manager->em_epoll < 0)
+        return -1;
+    manager->em_pulses.es_ready = event_run_pulses;
+    event_source_add(manager, &manager->em_pulses);
+    errno = event_source_watch(manager, &manager->em_pulses, manager->em_socket, EPOLLIN);
+    return errno == 0 ? 0 : -1;
 }
 
 event_manager_t *event_manager_create(void)

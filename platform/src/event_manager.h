@@ -12,6 +12,7 @@
 #include <pthread.h>
 
 #include "event_pulse.h"
+#include "event_source.h"
 
 struct event_attachment {
     event_handler_t ea_handler;
@@ -27,7 +28,10 @@ struct event_armed {
 };
 
 struct event_manager {
-    event_manager *em_next; // in the registry
+    event_source em_pulses; // its socket's; first, so that a source is its manager
+    event_source *em_sources;
+    uint64_t em_last_number; // of a source
+    event_manager *em_next;  // in the registry
     int em_epoll;
     int em_socket;
     event_target em_target; // token and name; each event adds its attach id
@@ -40,3 +44,5 @@ extern pthread_mutex_t event_lock;
 
 /* Under the lock: the armed record of a handler and value, or NULL. */
 event_armed *event_find_armed(const event_manager *manager, uint32_t attach, uint64_t value);
+/* Of the source em_pulses: takes in the pulses that wait and runs their handlers. */
+int event_run_pulses(event_source *source, uint32_t epoll_events);

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
 #include <new>
 #include <sched.h>
 #include <sys/socket.h>
@@ -125,11 +126,24 @@ bool channel_remove(uint32_t id)
     return chan != nullptr;
 }
 
+/* Under the lock. The first channel of which matches is true, or NULL. */
+template <class matches_t> static const channel *find_where(matches_t matches)
+{
+    for (uint32_t slot = 0; slot != slots_touched; slot++)
+        if (slots[slot].chan && matches(slots[slot].chan))
+            return slots[slot].chan;
+    return nullptr;
+}
+
+int channel_dup(int32_t connid)
+{
+    mutex_guard guard(&lock);
+    const channel *chan = find_where([connid](const channel *each) { return each->connid == connid; });
+    return chan ? fcntl(chan->fd, F_DUPFD_CLOEXEC, 0) : -1;
+}
+
 bool channel_to_server(pid_t server_pid)
 {
     mutex_guard guard(&lock);
-    for (uint32_t slot = 0; slot != slots_touched; slot++)
-        if (slots[slot].chan && slots[slot].chan->server_pid == server_pid)
-            return true;
-    return false;
+    return find_where([server_pid](const channel *each) { return each->server_pid == server_pid; }) != nullptr;
 }

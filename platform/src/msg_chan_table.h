@@ -32,5 +32,7 @@ channel *channel_acquire(uint32_t id);
 void channel_release(channel *chan);
 /* Takes a channel out of the table and wakes whoever waits on it. False when there is none. */
 bool channel_remove(uint32_t id);
+/* Duplicates the socket of a channel that is in the table; -1 when there is none, or no descriptor for it. */
+int channel_dup(int32_t connid);
 /* True when this process has a channel to a server of that process id. */
 bool channel_to_server(pid_t server_pid);

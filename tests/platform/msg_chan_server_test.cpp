@@ -174,9 +174,9 @@ TEST_F(msg_chan_server, turns_clients_away_when_descriptors_run_out)
 {
     const pid_t child = fork(); // a process of its own, to be short of descriptors
     if (child == 0) {
-        server.start();
         const rlimit few = {24, 24};
-        for (setrlimit(RLIMIT_NOFILE, &few);;)
+        setrlimit(RLIMIT_NOFILE, &few);
+        for (server.start();;)
             pause();
     }
     while (access(dir.file("dev_test_service").c_str(), F_OK) != 0 || !serves())
