@@ -61,18 +61,20 @@ static void bind_with_this_reply(ipv6_rib_conn_p)
     ipv6_rib_unbind(&bound);
 }
 
-static ipv6_rib_conn_p connection()
+/* A connection whose updates have the format. */
+static ipv6_rib_conn_p connect(uint8_t format)
 {
-    static ipv6_rib_conn_p conn = [] {
-        static const uint8_t accepted[20] = {};
-        reply_bytes = accepted;
-        reply_len = sizeof accepted;
-        ipv6_rib_conn_p bound = nullptr;
-        if (ipv6_rib_bind(&bound) == -1)
-            std::abort();
-        return bound;
-    }();
-    return conn;
+    uint8_t accepted[36] = {}; /* node, client, and a record of type 104 that tells the format */
+    accepted[17] = 104;
+    accepted[19] = 8;
+    accepted[20] = accepted[21] = 1;
+    accepted[27] = format;
+    reply_bytes = accepted;
+    reply_len = sizeof accepted;
+    ipv6_rib_conn_p bound = nullptr;
+    if (ipv6_rib_bind(&bound) == -1)
+        std::abort();
+    return bound;
 }
 
 constexpr rib_tableid_td TABLE = IPV6_RIB_TABLE_DEFAULT;
@@ -204,6 +206,44 @@ static void send_protocols(ipv6_rib_conn_p conn)
         std::abort();
 }
 
+static volatile uint8_t seen;
+
+/* Reads all bytes of a value. */
+static void look_at(const void *bytes, size_t len)
+{
+    for (size_t at = 0; at < len; ++at)
+        seen = static_cast<const uint8_t *>(bytes)[at];
+}
+
+/* Every pass gets the same reply: three of them, the second and third over what the one before has left. */
+static void fetch(ipv6_rib_conn_p conn)
+{
+    const rib_route_update_cb route = [](uint32_t, ipv6_routetype *told, void *) { visit(told); };
+    const rib_word_update_cb word = [](uint32_t, void *) {};
+    const rib_bytes_update_cb bytes = [](uint32_t, const void *told, uint32_t len, void *) { look_at(told, len); };
+    const rib_value_update_cb value = [](uint32_t, void *told, void *) { look_at(told, 72); };
+    const rib_next_hop_update_cb next_hop = [](uint32_t, void *told, void *, uint32_t) { look_at(told, 88); };
+    const rib_words_update_cb words = [](uint32_t, uint32_t, uint32_t, void *) {};
+    const rib_state_update_cb state = [](uint32_t, void *told, uint8_t, void *) { look_at(told, told ? 264 : 0); };
+    const rib_payload_update_cb payload = [](void *told, void *) { look_at(told, 16); };
+    const rib_marker_update_cb marker = [](uint32_t, uint16_t, uint32_t, void *) {};
+    const rib_list_update_cb list = [](uint32_t, uint32_t, uint32_t, uint32_t count, void *told, void *) {
+        look_at(told, size_t{4} * count);
+    };
+    const rib_proto_update_cb proto = [](uint32_t, uint32_t, uint16_t, uint32_t, const char *name, const char *instance, void *) {
+        if (std::strlen(name) > 40 || std::strlen(instance) > 40)
+            std::abort();
+    };
+    const rib_state_record_cb record = [](rib_state_record *told, void *) { look_at(told, sizeof *told); };
+    errcode err;
+    ipv6_rib_fetch_update(conn, nullptr, &err, RIB_UPDATE_PASS_LIMIT, 3, RIB_UPDATE_ROUTES, route, RIB_UPDATE_CB_3, value,
+                          RIB_UPDATE_NEXT_HOP, next_hop, RIB_UPDATE_DUMP_END, words, RIB_UPDATE_DUMPS_COMPLETE, word,
+                          RIB_UPDATE_CB_7, state, RIB_UPDATE_ROUTES_8, route, RIB_UPDATE_CB_9, payload, RIB_UPDATE_CB_10, word,
+                          RIB_UPDATE_SOURCE_MARKER, marker, RIB_UPDATE_CB_14, list, RIB_UPDATE_PROTOCOLS, proto,
+                          RIB_UPDATE_OPAQUE, bytes, RIB_UPDATE_GRID, bytes, RIB_UPDATE_CB_21, bytes, RIB_UPDATE_CB_24, bytes,
+                          RIB_UPDATE_STATE, record, RIB_UPDATE_END);
+}
+
 /* What the first byte chooses; seeds count on the order, so a new one goes to the end. */
 static void (*const operations[])(ipv6_rib_conn_p) = {
     bind_with_this_reply,
@@ -234,15 +274,18 @@ static void (*const operations[])(ipv6_rib_conn_p) = {
     ask_about_addresses,
     register_next_hop,
     check,
+    fetch,
+    fetch, /* in format 1 */
 };
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     if (size == 0)
         return 0;
-    const ipv6_rib_conn_p conn = connection();
+    static const ipv6_rib_conn_p conn = connect(0), conn_format_1 = connect(1);
     reply_bytes = data + 1;
     reply_len = size - 1;
-    operations[data[0] % std::size(operations)](conn);
+    const size_t operation = data[0] % std::size(operations);
+    operations[operation](operation == std::size(operations) - 1 ? conn_format_1 : conn);
     return 0;
 }

@@ -88,6 +88,36 @@ IPV6_RIB_API errcode ipv6_rib_notify(struct event_manager *evm, uint32_t code, i
 /** Forgets an event manager. Connections that are bound keep their event. 0, or RIB_LIB_ERR_SIGEVENT_TABLE (not registered). */
 IPV6_RIB_API errcode ipv6_rib_unnotify(struct event_manager *evm);
 
+/* State of a connection that the platform keeps open. */
+#define IPV6_RIB_ESTABLISHED 0x1000u
+#define IPV6_RIB_LOST 0x2000u
+
+/* Runs in the thread that dispatches the event manager: IPV6_RIB_ESTABLISHED with the new connection; IPV6_RIB_LOST with the
+ * one that was lost, which is unbound when the callback returns. afi is 2. */
+typedef void (*ipv6_rib_connect_callback)(uint32_t event, ipv6_rib_conn_p conn, uint32_t afi);
+
+/**
+ * Has a connection opened, and opened again whenever it was lost, from the thread that dispatches an event manager. There is
+ * one such connection in a process. Do not unbind or rebind it. Until ipv6_rib_destroy_client() further calls do nothing.
+ * Takes no lock: call it and ipv6_rib_destroy_client() in that thread, or while nothing dispatches.
+ *
+ * @param evm       event manager
+ * @param handler   hears of updates, as with ipv6_rib_notify(); its code is 128; required
+ * @param callback  hears of the state; NULL for nobody
+ * @param err       receives 0, EINVAL (no event manager or no handler), ENOMEM, RIB_LIB_ERR_SIGEVENT_TABLE or the platform's
+ *                  code, and is left alone when the connection is already looked after; may be NULL
+ * @return the connection, NULL while there is none
+ */
+IPV6_RIB_API ipv6_rib_conn_p ipv6_rib_connect_client(struct event_manager *evm, ipv6_rib_event_handler handler,
+                                                     ipv6_rib_connect_callback callback, errcode *err);
+/**
+ * Ends that. The connection itself stays: unbind it when it is no longer needed.
+ *
+ * @param ignored  any value
+ * @param err      receives the platform's code, 0 on success; left alone when there is nothing to end; may be NULL
+ */
+IPV6_RIB_API void ipv6_rib_destroy_client(uint32_t ignored, errcode *err);
+
 /** The id of the message channel of a connection; 0 when conn is NULL. No lock, as for the three below. */
 IPV6_RIB_API uint32_t ipv6_rib_conn_p_get_msg_conn(ipv6_rib_conn_p conn);
 /** The address family of a connection, 2 for IPv6; 0xFFFFFFFF when conn is NULL. */

@@ -13,11 +13,13 @@
 #include <ipv6_rib/messages.h>
 #include <ipv6_rib/next_hop.h>
 #include <ipv6_rib/protocol.h>
+#include <ipv6_rib/redist_batch.h>
 #include <ipv6_rib/redistribution.h>
 #include <ipv6_rib/route.h>
 #include <ipv6_rib/route_change.h>
 #include <ipv6_rib/route_fetch.h>
 #include <ipv6_rib/route_inspect.h>
 #include <ipv6_rib/types.h>
+#include <ipv6_rib/update.h>
 
 #endif

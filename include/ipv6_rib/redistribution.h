@@ -14,7 +14,7 @@ IPV6_RIB_BEGIN
 
 /* Flags of a redistribution, carried to the server unchanged. */
 typedef uint32_t ip_rib_proto_redist_flags;
-/* Update mode of a redistribution, of which the low 16 bits are sent. */
+/* Update mode of a redistribution, of which the low 16 bits are sent; for those of the reference server see redist_batch.h. */
 typedef uint32_t rib_updatemode;
 
 /**

@@ -37,9 +37,10 @@ typedef struct __attribute__((packed)) rib_pathtype {
 #define RIB_PATH_BACKUP 0x1u
 
 /* rt_state */
-#define RIB_ROUTE_BEST 0x1u   /* the one that forwards among the routes of its prefix */
-#define RIB_ROUTE_STALE 0x2u  /* held for a client that died */
-#define RIB_ROUTE_BACKUP 0x4u /* has backup paths only */
+#define RIB_ROUTE_BEST 0x1u      /* the one that forwards among the routes of its prefix */
+#define RIB_ROUTE_STALE 0x2u     /* held for a client that died */
+#define RIB_ROUTE_BACKUP 0x4u    /* has backup paths only */
+#define RIB_ROUTE_WITHDRAWN 0x8u /* of an update: is gone, and has no paths */
 
 #define IPV6_RIB_ROUTE_PATHS 128
 

@@ -1,11 +1,12 @@
 /*
- * Replies that are cut or spoilt in any one place, to every request: each call ends with a result that is documented, and all
- * that it hands out can be walked. The rest is for the sanitizers to see.
+ * Replies that are cut or spoilt in any one place, to every request and to fetches: each call ends with a result that is
+ * documented, and all that it hands out can be walked. The rest is for the sanitizers to see.
  */
 #include <cstring>
 #include <memory>
 
 #include "tests/lib/request_cases.h"
+#include "tests/lib/update_cases.h"
 #include "tests/support/route_bytes.h"
 
 namespace
@@ -92,6 +93,53 @@ TEST_F(hostile_reply, every_request_survives_it)
             const bool failed_whole = result == c.failure(err) && out == bytes_t(out.size(), 0xee);
             EXPECT_TRUE(documented(c, told(reply), err) && (err == 0 || failed_whole))
                 << c.name << ": byte " << offset << " " << how << ": " << err << ", result " << result;
+        });
+    }
+}
+
+/* Fetches a reply, and behind it one that ends the fetch, if it comes to that. Callback 12 is not told how long its payload is,
+ * and so cannot look at it. */
+void fetch_spoilt(ipv6_rib_conn_p conn, const bytes_t &reply, const std::string &what)
+{
+    fake_msg_chan().forget_calls();
+    fake_msg_chan().forget_answers();
+    fake_msg_chan().answer(reply);
+    fake_msg_chan().answer(fetch_reply(1));
+    update_log_t log;
+    const errcode code = fetch_updates(conn, &log, ALL_UPDATES & ~update_types({12}));
+    EXPECT_TRUE(code == 0 || code == EMSGSIZE) << what << ": " << code;
+    for (const tev_line_t &line : captured_tev())
+        EXPECT_EQ(line.mnemonic, "FETCH_UPDATE") << what;
+}
+
+TEST_F(hostile_reply, every_fetch_survives_it)
+{
+    for (const uint8_t format : {uint8_t{0}, uint8_t{1}}) {
+        SetUp();
+        bind(format);
+        for (const update_case_t &c : update_cases())
+            each_spoilt(fetch_reply(2, update_message(format, c.type, c.payload)),
+                        [&](const bytes_t &reply, size_t offset, const char *how) {
+                            fetch_spoilt(conn, reply,
+                                         std::string(c.name) + " in format " + std::to_string(format) + ": byte " +
+                                             std::to_string(offset) + " " + how);
+                        });
+    }
+}
+
+/* Each message as the last one of a full area, where the sanitizers see the first byte behind it. */
+TEST_F(hostile_reply, every_fetch_survives_it_at_the_end_of_its_area)
+{
+    bind();
+    for (const update_case_t &c : update_cases()) {
+        const bytes_t message = update_message(1, c.type, c.payload);
+        bytes_t reply = fetch_reply(2, update_message(1, 1, bytes_t(FETCH_ROOM - 12 - 16))); /* of a type that nobody hears of */
+        each_spoilt(message, [&](const bytes_t &spoilt, size_t offset, const char *how) {
+            if (how == std::string_view("is zero")) /* which makes nothing longer */
+                return;
+            put_net(&reply, 12 + 12, FETCH_ROOM - 12 - spoilt.size(), 4); /* up to there reaches the filling */
+            std::copy(spoilt.begin(), spoilt.end(), reply.end() - static_cast<ptrdiff_t>(spoilt.size()));
+            fetch_spoilt(conn, reply, std::string(c.name) + ": byte " + std::to_string(offset) + " " + how);
         });
     }
 }

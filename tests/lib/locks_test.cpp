@@ -5,42 +5,14 @@
 #include <chrono>
 #include <cstring>
 #include <future>
-#include <pthread.h>
 #include <thread>
 
 #include "tests/support/batch_fixture.h"
-
-/* Which pthread function fails; the test program is linked with --wrap for each of them. */
-static std::string failing;
-
-/* Wraps a function. A lock is not taken when that is to fail, but it is given back in any case. */
-#define WRAPPED(function, name, error, parameters, arguments)                                                                    \
-    extern "C" int __real_##function parameters;                                                                                 \
-    extern "C" __attribute__((visibility("default"))) int __wrap_##function parameters;                                          \
-    int __wrap_##function parameters                                                                                             \
-    {                                                                                                                            \
-        const bool fails = failing == name;                                                                                      \
-        const int done = fails && error != EPERM ? 0 : __real_##function arguments;                                              \
-        return fails ? error : done;                                                                                             \
-    }
-
-WRAPPED(pthread_mutex_trylock, "trylock", EOWNERDEAD, (pthread_mutex_t * lock), (lock))
-WRAPPED(pthread_mutex_unlock, "unlock", EPERM, (pthread_mutex_t * lock), (lock))
-WRAPPED(pthread_rwlock_rdlock, "rdlock", EDEADLK, (pthread_rwlock_t * lock), (lock))
-WRAPPED(pthread_rwlock_wrlock, "wrlock", EDEADLK, (pthread_rwlock_t * lock), (lock))
-WRAPPED(pthread_mutex_init, "init", ENOMEM, (pthread_mutex_t * lock, const pthread_mutexattr_t *attr), (lock, attr))
+#include "tests/support/failing_locks.h"
 
 namespace
 {
-class locks_test : public client_test
-{
-protected:
-    void TearDown() override
-    {
-        failing.clear();
-        client_test::TearDown();
-    }
-};
+using locks_test = lock_test;
 
 TEST_F(locks_test, a_batch_waits_for_a_request)
 {
@@ -104,10 +76,10 @@ TEST_F(locks_test, unbinding_waits_for_operations_on_every_connection)
 TEST_F(locks_test, neither_a_request_nor_a_rebind_begins)
 {
     bind();
-    failing = "trylock";
+    fail_locks("trylock");
     EXPECT_EQ(ipv6_rib_update_complete(conn, 1, 0), RIB_LIB_ERR_NO_CONNECTION);
     EXPECT_EQ(ipv6_rib_rebind(conn), -1);
-    failing.clear();
+    fail_locks("");
     EXPECT_TRUE(fake_msg_chan().calls.empty());
     EXPECT_EQ(captured_tev(), tev_lines({lock_fatal("rib_client_lwm_send", "lock", EOWNERDEAD),
                                          lock_fatal("rib_client_rebind", "lock", EOWNERDEAD)}));
@@ -121,9 +93,9 @@ TEST_F(locks_test, a_batch_is_not_sent_and_says_so)
     void *reply = ipv6_rib_batch_args_out_allocate();
     std::memset(reply, 0, 64);
     static_cast<uint8_t *>(reply)[25] = 1; // a status that an earlier message may have left
-    failing = "trylock";
+    fail_locks("trylock");
     EXPECT_EQ(ipv6_rib_batch_buffer_send(conn, buffer.get(), reply), RIB_RESULT_RPC_ERROR);
-    failing.clear();
+    fail_locks("");
     EXPECT_TRUE(fake_msg_chan().calls.empty());
     EXPECT_EQ(captured_tev(), tev_lines({lock_fatal("rib_client_batch_send", "lock", EOWNERDEAD)}));
     EXPECT_EQ(ipv6_rib_batch_args_out_first_route(reply), nullptr);
@@ -134,26 +106,26 @@ TEST_F(locks_test, a_failed_unlock_is_told_twice_and_the_result_stands)
 {
     bind();
     fake_msg_chan().answer("00000016 00*256");
-    failing = "unlock";
+    fail_locks("unlock");
     EXPECT_EQ(ipv6_rib_update_complete(conn, 1, 0), 22u);
-    failing.clear();
+    fail_locks("");
     EXPECT_EQ(captured_tev(), tev_lines({lock_fatal("rib_client_mutex_unlock_inline", "unlock", EPERM),
                                          lock_fatal("rib_client_lwm_send", "unlock", EPERM)}));
 }
 
 TEST_F(locks_test, binding_and_unbinding_without_locks_do_nothing)
 {
-    failing = "init";
+    fail_locks("init");
     EXPECT_EQ(ipv6_rib_bind(&conn), -1);
     EXPECT_EQ(conn, nullptr);
     EXPECT_EQ(captured_tev(), tev_lines({lock_fatal("rib_client_struct_init", "lock init", ENOMEM)}));
-    failing.clear();
+    fail_locks("");
     const ipv6_rib_conn_p bound = bind();
-    failing = "wrlock";
+    fail_locks("wrlock");
     EXPECT_EQ(ipv6_rib_bind(&conn), -1);
     EXPECT_EQ(ipv6_rib_rebind(conn), -1);
     ipv6_rib_unbind(&conn);
-    failing.clear();
+    fail_locks("");
     EXPECT_EQ(conn, bound);
     EXPECT_TRUE(fake_msg_chan().calls.empty());
     EXPECT_EQ(captured_tev(), tev_lines({lock_fatal("rib_client_bind_internal", "lock bind mutex", EDEADLK),
@@ -164,8 +136,8 @@ TEST_F(locks_test, binding_and_unbinding_without_locks_do_nothing)
 TEST_F(locks_test, a_broken_bind_mutex_ends_the_process)
 {
     bind();
-    EXPECT_DEATH((failing = "rdlock", ipv6_rib_update_complete(conn, 1, 0)),
+    EXPECT_DEATH((fail_locks("rdlock"), ipv6_rib_update_complete(conn, 1, 0)),
                  "ip/rib/lib/src/rib_lib_api:[0-9]+: int rib_client_mutex_lock_inline\\(ip_rib_conn_p\\): Assertion");
-    EXPECT_DEATH((failing = "trylock", ipv6_rib_unbind(&conn)), "ip/rib/lib/src/rib_lib_api:.*Assertion");
+    EXPECT_DEATH((fail_locks("trylock"), ipv6_rib_unbind(&conn)), "ip/rib/lib/src/rib_lib_api:.*Assertion");
 }
 } // namespace

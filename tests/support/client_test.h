@@ -49,10 +49,12 @@ protected:
             ipv6_rib_unnotify(fake_manager(number));
     }
 
-    /* A connection, with all traces of its bind removed. */
-    ipv6_rib_conn_p bind()
+    /* A connection whose updates have the given format, with all traces of its bind removed. */
+    ipv6_rib_conn_p bind(uint8_t format = 1)
     {
-        fake_msg_chan().answer(BIND_REPLY);
+        bytes_t reply = hex(BIND_REPLY);
+        reply[27] = format;
+        fake_msg_chan().answer(reply);
         EXPECT_GT(ipv6_rib_bind(&conn), 0);
         fake_msg_chan().forget_calls();
         return conn;

@@ -59,6 +59,7 @@ public:
     }
     void answer(std::string_view reply) { answer(hex(reply)); }
     void fail(int error) { answers_.push_back({error, {}, {}}); }
+    void forget_answers() { answers_.clear(); }
 
     /* What was called, oldest first. */
     std::vector<chan_connect_t> connects;

@@ -29,6 +29,13 @@ int result_of(int error)
     return error ? -1 : 0;
 }
 
+/* Notes a call to the event connection and gives what the test wants. */
+errcode conn_called(const event_conn_t *conn, const std::string &name, const std::string &numbers = "")
+{
+    fake_events().calls.push_back(name + numbers);
+    return conn == fake_event_conn() ? fake_events().conn_results[name] : EINVAL;
+}
+
 } // namespace
 
 fake_identity_t &fake_identity()
@@ -54,6 +61,11 @@ void fake_platform_reset()
 event_manager_t *fake_manager(unsigned number)
 {
     return reinterpret_cast<event_manager_t *>(static_cast<uintptr_t>(0x5000 + number));
+}
+
+event_conn_t *fake_event_conn()
+{
+    return reinterpret_cast<event_conn_t *>(uintptr_t{0x6000});
 }
 
 bytes_t fake_event_tail(const event_manager_t *manager)
@@ -120,6 +132,7 @@ int procfs_get_name(pid_t, char *name, size_t room)
 int event_async_attach(event_manager_t *manager, uint32_t code, event_handler_t handler, void *context)
 {
     fake_events().attached.push_back({manager, code, handler, context});
+    fake_events().calls.push_back("attach " + std::to_string(code));
     return fake_events().attach_result;
 }
 
@@ -138,6 +151,38 @@ void *event_pulse_ptr(const sigevent *event)
 void event_pulse_ptr_set(sigevent *event, void *value, uint32_t)
 {
     event->sigev_value.sival_ptr = value;
+}
+
+errcode event_conn_create(event_conn_t **conn, event_manager_t *manager, event_conn_open_fn open, void *context,
+                          uint32_t reserved)
+{
+    const errcode result = conn_called(fake_event_conn(), "create", " " + std::to_string(reserved));
+    fake_events().conn_manager = manager;
+    fake_events().conn_open = open;
+    fake_events().conn_context = context;
+    *conn = result ? nullptr : fake_event_conn();
+    return result;
+}
+
+errcode event_conn_setretry(event_conn_t *conn, uint32_t max_seconds, uint32_t first_seconds)
+{
+    return conn_called(conn, "setretry", " " + std::to_string(max_seconds) + " " + std::to_string(first_seconds));
+}
+
+errcode event_conn_notify(event_conn_t *conn, uint32_t events, event_conn_state_fn notify)
+{
+    fake_events().conn_notify = notify;
+    return conn_called(conn, "notify", " " + std::to_string(events));
+}
+
+errcode event_conn_open(event_conn_t *conn)
+{
+    return conn_called(conn, "open");
+}
+
+errcode event_conn_destroy(event_conn_t *conn)
+{
+    return conn_called(conn, "destroy");
 }
 
 void ptd_set_mutex_block(pthread_mutex_t *, const char *function, unsigned)

@@ -5,11 +5,13 @@
 #pragma once
 
 #include <condition_variable>
+#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include <platform/event.h>
+#include <platform/event_conn.h>
 
 #include "tests/support/hex.h"
 
@@ -32,11 +34,22 @@ struct fake_events_t {
     int attach_result = 7;
     errcode init_result = 0;
     std::vector<event_attach_t> attached;
+    /* Calls and their numbers, oldest first: "attach <code>", and those to the one event connection: "create <reserved>",
+     * "setretry <max> <first>", "notify <events>", "open", "destroy". */
+    std::vector<std::string> calls;
+    std::map<std::string, errcode> conn_results; /* by the first word of a call; 0 unless set */
+    /* What the event connection was given; NULL while there is none. */
+    event_manager_t *conn_manager = nullptr;
+    event_conn_open_fn conn_open = nullptr;
+    event_conn_state_fn conn_notify = nullptr;
+    void *conn_context = nullptr;
 };
 fake_events_t &fake_events();
 
 /* The 64 bytes of the event that the fake makes for a manager, without the pulse value that opens them. */
 bytes_t fake_event_tail(const event_manager_t *manager);
+/* The handle of the event connection; the fake never looks behind the pointer. */
+event_conn_t *fake_event_conn();
 /* A manager to register; the fake never looks behind the pointer. */
 event_manager_t *fake_manager(unsigned number);
 

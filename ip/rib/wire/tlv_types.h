@@ -7,6 +7,7 @@
 
 enum rib_tlv_type_t : uint16_t {
     RIB_TLV_DELIMITER = 0,
+    RIB_TLV_UPDATE = 1, /* the one record of an update of a fixed shape */
     RIB_TLV_ROUTE = 3,
     RIB_TLV_ROUTE_PATH = 4,
     RIB_TLV_ROUTE_ATTR_6 = 6,

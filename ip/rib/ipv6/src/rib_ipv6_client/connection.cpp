@@ -4,6 +4,7 @@
 #include <ipv6_rib/connection.h>
 
 #include "ip/rib/lib/src/rib_lib_api/bind.h"
+#include "ip/rib/lib/src/rib_lib_api/event_conn.h"
 #include "ip/rib/lib/src/rib_lib_api/notify.h"
 
 static constexpr uint32_t afi_ipv6 = 2;
@@ -92,6 +93,17 @@ errcode ipv6_rib_notify(struct event_manager *evm, uint32_t code, ipv6_rib_event
 errcode ipv6_rib_unnotify(struct event_manager *evm)
 {
     return rib_client_remove_sigevent(evm);
+}
+
+ipv6_rib_conn_p ipv6_rib_connect_client(struct event_manager *evm, ipv6_rib_event_handler handler,
+                                        ipv6_rib_connect_callback callback, errcode *err)
+{
+    return rib_client_connect(evm, handler, callback, err);
+}
+
+void ipv6_rib_destroy_client([[maybe_unused]] uint32_t ignored, errcode *err)
+{
+    rib_client_destroy(err);
 }
 
 uint32_t ipv6_rib_conn_p_get_msg_conn(ipv6_rib_conn_p conn)

@@ -9,6 +9,7 @@
 #include <ipv6_rib/errors.h>
 
 #include "../rib_fatal.h"
+#include "event_conn.h"
 #include "locks.h"
 #include "notify.h"
 
@@ -130,7 +131,7 @@ int32_t rib_client_rebind(ip_rib_conn_p conn, const char *path, [[maybe_unused]]
     }
     int32_t connid = -1;
     if (conn) {
-        if (const int error = rib_client_lock_as(conn, "rib_client_rebind", __LINE__)) {
+        if (const int error = rib_mutex_lock_as(&conn->lock, "rib_client_rebind", __LINE__)) {
             rib_log_lock("rib_client_rebind", "lock", error);
         } else {
             connid = rebind_record(conn, path);
@@ -152,7 +153,7 @@ static void require(int error, const char *operation)
 
 static void unbind_record(ip_rib_conn_p conn)
 {
-    require(rib_client_lock_as(conn, "rib_client_unbind", __LINE__), "lock");
+    require(rib_mutex_lock_as(&conn->lock, "rib_client_unbind", __LINE__), "lock");
     if (msg_chan_disconnect(&conn->conn) != 0)
         rib_log_unbind("disconnect", errno);
     conn->conn = 0;
@@ -171,6 +172,7 @@ void rib_client_unbind(ip_rib_conn_p *conn)
     if (conn && *conn) {
         ip_rib_conn_p record = *conn;
         *conn = nullptr;
+        rib_client_forget_connected(record);
         unbind_record(record);
     }
     if (const int error = pthread_rwlock_unlock(&rib_bind_mutex))

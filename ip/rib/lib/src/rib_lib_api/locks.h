@@ -25,8 +25,8 @@ int rib_client_mutex_lock(ip_rib_conn_p conn);
 int rib_client_mutex_only_lock_inline(ip_rib_conn_p conn);
 int rib_client_mutex_only_unlock(ip_rib_conn_p conn);
 
-/* Takes the connection's lock in the name of a function. */
-int rib_client_lock_as(ip_rib_conn_p conn, const char *who, unsigned line);
+/* Takes a mutex in the name of a function, which is told while it waits. 0, or the mutex's error. */
+int rib_mutex_lock_as(pthread_mutex_t *mutex, const char *who, unsigned line);
 
 /* Runs work under the connection locks. Its result stands even when the unlock fails, which is only logged. */
 template <class result, class work_t>

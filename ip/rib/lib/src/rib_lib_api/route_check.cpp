@@ -27,27 +27,30 @@ struct received_t {
     bool is_delimiter() const { return type == RIB_TLV_DELIMITER && length == 0; }
 };
 
-/* The entries that an attribute claims lie within it. */
-static bool attribute_fits(const received_t &record)
+bool rib_route_attribute_fits(uint16_t type, const uint8_t *value, size_t length)
 {
-    switch (record.type) {
+    switch (type) {
     case RIB_TLV_ROUTE_ATTR_6:
-        return record.length >= sizeof(rib_route_attr_6_td) &&
-               record.length >=
-                   sizeof(rib_route_attr_6_td) +
-                       RIB_ROUTE_ATTR_6_ENTRY * rib_load_net<uint16_t>(record.value + offsetof(rib_route_attr_6_td, ra_count));
+        return length >= sizeof(rib_route_attr_6_td) &&
+               (length - sizeof(rib_route_attr_6_td)) / RIB_ROUTE_ATTR_6_ENTRY >=
+                   rib_load_net<uint16_t>(value + offsetof(rib_route_attr_6_td, ra_count));
     case RIB_TLV_ROUTE_ADVERTISERS:
-        return record.length >= sizeof(rib_advertisers) &&
-               (record.length - sizeof(rib_advertisers)) / sizeof(rib_protoid_td) >= rib_load<uint32_t>(record.value);
+        return length >= sizeof(rib_advertisers) &&
+               (length - sizeof(rib_advertisers)) / sizeof(rib_protoid_td) >= rib_load<uint32_t>(value);
     case RIB_TLV_ROUTE_ATTR_8:
     case RIB_TLV_ROUTE_ATTR_9:
     case RIB_TLV_ROUTE_ATTR_10:
     case RIB_TLV_ROUTE_ATTR_11:
     case RIB_TLV_ROUTE_ATTR_15:
-        return record.length >= 2 * sizeof(uint16_t);
+        return length >= 2 * sizeof(uint16_t);
     default:
         return true;
     }
+}
+
+static bool attribute_fits(const received_t &record)
+{
+    return rib_route_attribute_fits(record.type, record.value, record.length);
 }
 
 static bool path_fits(received_t *received)

@@ -49,10 +49,15 @@ static bool has_entries(uint16_t type, uint8_t *value)
     return rib_load<uint16_t>(value + sizeof(uint16_t)) != 0;
 }
 
-static void set_attribute(rib_routetype *route, uint16_t type, uint8_t *value)
+static void set_attribute(rib_routetype *route, rib_tlv_t *record)
 {
-    const size_t place = place_of(type);
-    if (place != 0 && has_entries(type, value))
+    const size_t place = place_of(record->type);
+    uint8_t *value = reinterpret_cast<uint8_t *>(record + 1);
+    if (place == 0)
+        return;
+    if (!rib_route_attribute_fits(record->type, value, record->length))
+        rib_log_fetch_update("Corrupt route attribute, it is left out");
+    else if (has_entries(record->type, value))
         rib_store(reinterpret_cast<uint8_t *>(route) + place, value);
 }
 
@@ -64,7 +69,7 @@ static rib_routetype *no_route()
 
 rib_routetype *rib_client_parse_route(rib_tlv_t *tlv, uint8_t **cursor)
 {
-    if (tlv->type != RIB_TLV_ROUTE)
+    if (tlv->type != RIB_TLV_ROUTE || tlv->length != RIB_ROUTE_FIXED)
         return no_route();
     auto *route = reinterpret_cast<rib_routetype *>(tlv + 1);
     route->rt_advertisers = nullptr;
@@ -73,7 +78,7 @@ rib_routetype *rib_client_parse_route(rib_tlv_t *tlv, uint8_t **cursor)
         if (record->type == RIB_TLV_ROUTE_PATH)
             rib_tlv_handle_delim(cursor);
         else
-            set_attribute(route, record->type, reinterpret_cast<uint8_t *>(record + 1));
+            set_attribute(route, record);
     }
     return route;
 }

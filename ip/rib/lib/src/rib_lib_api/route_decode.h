@@ -2,7 +2,7 @@
  * Route records as received, turned into records of the interface in place: fields are converted where they lie, paths
  * move down to their slots, attributes are referred to.
  *
- * The walks take no end. Received bytes go through rib_route_fits() before anything else reads them.
+ * The walks take no end: the framing of received bytes is checked before, by rib_route_fits() or by the parser of updates.
  */
 #pragma once
 
@@ -16,10 +16,13 @@
  */
 const uint8_t *rib_route_fits(const uint8_t *begin, const uint8_t *end);
 
+/* Whether an attribute as received holds the entries that it claims. */
+bool rib_route_attribute_fits(uint16_t type, const uint8_t *value, size_t length);
+
 /*
  * Takes the attributes of the route whose record is tlv, sets the record's attribute pointers, and moves the cursor, which
  * stands behind the record, behind the route. Its fixed fields stay in network order. NULL, and a message, when tlv is no
- * route record.
+ * whole route record. An attribute that claims more than it holds is left out, and a message tells.
  */
 rib_routetype *rib_client_parse_route(rib_tlv_t *tlv, uint8_t **cursor);
 /* Takes the route at the cursor, as received. NULL, with the cursor where it was, as above, at a delimiter, and for a NULL
