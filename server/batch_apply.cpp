@@ -8,6 +8,7 @@
 
 #include "ip/rib/wire/batch_results.h"
 #include "server/lifecycle.h"
+#include "server/redistribution.h"
 
 uint8_t *rib_batch_result(rib_batch_run &run, size_t size)
 {
@@ -64,6 +65,7 @@ static void apply_converge(rib_batch_run &run, const uint8_t *bytes)
     if (!run.protocol || !table)
         return;
     table->converged = true;
+    rib_tell_converged(run.server, table->id(), run.protocol->id);
     accept_marker(run);
 }
 

@@ -134,7 +134,7 @@ static outcome_td apply_route(rib_batch_run &run, const rib_prefix &prefix, cons
         return {refusal};
     }
     const rib_table::place_td place = run.table->locate(prefix);
-    rib_route *route = place == run.table->end() ? nullptr : rib_table::route_of(place, run.protocol->id);
+    rib_route *route = place == run.table->end() ? nullptr : rib_table::route_of(*place, run.protocol->id);
     return route ? change_route(run, place, route, record) : create_route(run, prefix, record);
 }
 

@@ -21,6 +21,7 @@ static const uint8_t *find_option(uint8_t *list)
     return nullptr;
 }
 
+/* The client may have named another event: whatever woke it before does not count. */
 static errcode introduce(rib_session &session, uint8_t *bytes)
 {
     rib_bind_data_body_td body;
@@ -38,6 +39,8 @@ static errcode introduce(rib_session &session, uint8_t *bytes)
     session.process.assign(body.bd_process, strnlen(body.bd_process, sizeof body.bd_process - 1));
     session.version = option.bo_version;
     session.option = option.bo_option;
+    session.consumer.pulsed = false;
+    rib_consumer_stir(session);
     return 0;
 }
 

@@ -8,6 +8,7 @@
 
 #include "ip/rib/wire/next_hop.h"
 #include "ip/rib/wire/route_record.h"
+#include "server/redistribution.h"
 #include "server/requests.h"
 #include "server/route_reply.h"
 

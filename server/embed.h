@@ -18,6 +18,7 @@ struct rib_server_options {
     size_t max_tables = 4096;
     size_t max_routes = 16'000'000; /* per table */
     uint32_t msg_version = 0;       /* update-message format that clients are told */
+    size_t fetch_bytes = 0x80000;   /* a reply with updates ends with the first one that passes so many bytes */
 };
 
 class rib_embedded_server

@@ -9,6 +9,8 @@
 
 #include <ipv6_rib/errors.h>
 
+#include "server/redistribution.h"
+
 constexpr uint64_t MS_PER_SECOND = 1000;
 
 /* Administrative distance that kind and word 2 ask for; nothing when one of them is out of range. */
@@ -27,7 +29,7 @@ static void forget(rib_server &server, rib_protocol &protocol)
     rib_protocol_withdraw(server, protocol, rib_which::all);
     for (const auto &[id, table] : server.tables)
         table->forget_advertiser(protocol.id);
-    rib_drop_source(server, protocol.id);
+    rib_protocol_went(server, protocol);
     server.protocols.forget(protocol);
 }
 
@@ -52,8 +54,12 @@ errcode rib_protocol_set_words(rib_server &server, rib_protocol &protocol, const
 
 static rib_protocol *find_or_take(rib_server &server, const rib_registration &in)
 {
-    rib_protocol *known = server.protocols.find(in.proto_name, in.instance_name);
-    return known ? known : server.protocols.take(in.proto_name, in.instance_name);
+    if (rib_protocol *known = server.protocols.find(in.proto_name, in.instance_name))
+        return known;
+    rib_protocol *taken = server.protocols.take(in.proto_name, in.instance_name);
+    if (taken)
+        rib_protocol_came(server, *taken);
+    return taken;
 }
 
 static bool is_gone(const rib_session *owner)
@@ -75,7 +81,7 @@ errcode rib_protocol_register(rib_server &server, rib_session &session, const ri
         return ENOSPC;
     if (protocol->owner && protocol->owner != &session)
         return EBUSY;
-    protocol->owner = &session;
+    rib_protocol_set_owner(server, *protocol, &session);
     protocol->process = session.process;
     protocol->node = session.node;
     protocol->word64 = in.word64;
@@ -99,9 +105,9 @@ errcode rib_protocol_owned(rib_server &server, const rib_session &session, rib_p
 
 void rib_protocol_release(rib_server &server, rib_protocol &protocol, rib_farewell farewell)
 {
-    protocol.owner = nullptr;
     if (farewell == rib_farewell::withdraw)
         rib_protocol_withdraw(server, protocol, rib_which::all);
+    rib_protocol_set_owner(server, protocol, nullptr);
     ++protocol.epoch;
     protocol.may_be_stale = true;
     protocol.complete = false;
@@ -117,6 +123,7 @@ void rib_protocol_complete(rib_server &server, rib_protocol &protocol)
         rib_protocol_withdraw(server, protocol, rib_which::stale);
     protocol.may_be_stale = false;
     protocol.complete = true;
+    rib_tell_complete(server, protocol.id);
 }
 
 void rib_protocol_withdraw(rib_table &table, const rib_protocol &protocol, rib_which which)

@@ -18,7 +18,7 @@ bool rib_text_of(const char *field, size_t size, std::string_view *text)
     return len != size;
 }
 
-static bool names_of(const rib_name_pair_td &pair, std::string_view *proto_name, std::string_view *instance_name)
+bool rib_names_of(const rib_name_pair_td &pair, std::string_view *proto_name, std::string_view *instance_name)
 {
     return rib_text_of(pair.np_proto, sizeof pair.np_proto, proto_name) &&
            rib_text_of(pair.np_instance, sizeof pair.np_instance, instance_name);
@@ -28,7 +28,7 @@ errcode rib_protocol_named(rib_server &server, const rib_name_pair_td &names, ri
 {
     std::string_view proto_name;
     std::string_view instance_name;
-    if (!names_of(names, &proto_name, &instance_name))
+    if (!rib_names_of(names, &proto_name, &instance_name))
         return EINVAL;
     *protocol = server.protocols.find(proto_name, instance_name);
     return *protocol ? 0 : RIB_SRV_ERR_NOT_FOUND;
@@ -38,7 +38,7 @@ errcode rib_do_register(rib_server &server, rib_session &session, const rib_regi
                         rib_protoid_reply_td &reply)
 {
     rib_registration in;
-    if (!names_of(body.rp_names, &in.proto_name, &in.instance_name))
+    if (!rib_names_of(body.rp_names, &in.proto_name, &in.instance_name))
         return EINVAL;
     std::memcpy(in.words.data(), body.rp_words, sizeof in.words);
     in.word64 = body.rp_word64;

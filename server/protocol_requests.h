@@ -21,6 +21,8 @@ errcode rib_do_free_all_sids(rib_server &, rib_session &, const rib_free_all_sid
 
 /* The text of a field of size bytes; nothing when it does not end within it. */
 bool rib_text_of(const char *field, size_t size, std::string_view *text);
+/* Both texts of a name pair; false: one does not end within its field. */
+bool rib_names_of(const rib_name_pair_td &pair, std::string_view *proto_name, std::string_view *instance_name);
 inline bool rib_names_are_empty(const rib_name_pair_td &names)
 {
     return names.np_proto[0] == 0 && names.np_instance[0] == 0;

@@ -1,12 +1,17 @@
 /*
- * Parents and sources of redistributions.
+ * Interests, parents, sources and markers.
  */
 #include "server/redistribution.h"
 
+#include <algorithm>
 #include <cerrno>
 
+#include <absl/container/flat_hash_set.h>
+#include <absl/functional/function_ref.h>
+
+#include <ipv6_rib/redist_batch.h>
+
 #include "ip/rib/wire/request.h"
-#include "server/server.h"
 
 static bool same_process(const rib_credentials &first, const rib_credentials &second)
 {
@@ -18,15 +23,154 @@ errcode rib_check_parent(const rib_server &server, const rib_session &session, u
     if (parent == RIB_NO_PARENT)
         return 0;
     const auto found = server.sessions.find(parent);
-    const bool joins = found != server.sessions.end() && !found->second->redistributions.wanted.empty() &&
+    const bool joins = found != server.sessions.end() && !found->second->consumer.interests.empty() &&
                        same_process(found->second->credentials, session.credentials);
     return joins ? 0 : EPERM;
 }
 
-void rib_drop_source(rib_server &server, rib_protoid_td source)
+static std::unique_ptr<rib_interest> make_interest(rib_session &session, const rib_interest_key &key, const rib_protocol *source,
+                                                   const rib_interest_words &words)
+{
+    const bool all = words.mode == RIB_REDIST_ALL || words.mode == RIB_REDIST_ALL_FOREIGN;
+    auto interest = std::make_unique<rib_interest>();
+    interest->session = &session;
+    interest->table = key.table;
+    interest->source = source ? source->id : RIB_PROTOID_NONE;
+    interest->best_only = !all;
+    interest->foreign = !source && (words.mode == RIB_REDIST_BEST_FOREIGN || words.mode == RIB_REDIST_ALL_FOREIGN);
+    interest->words = words;
+    return interest;
+}
+
+using place_td = decltype(rib_consumer::interests)::iterator;
+
+static place_td end_interest(rib_server &server, rib_consumer &consumer, place_td place)
+{
+    rib_interest *interest = place->second.get();
+    if (!interest->waits)
+        server.tables.unwatch(interest->table, interest);
+    if (interest->dumping)
+        consumer.dumps.erase(interest->dump_place);
+    consumer.ended.push_back(std::move(place->second));
+    return consumer.interests.erase(place);
+}
+
+void rib_interest_begin(rib_server &server, rib_session &session, const rib_interest_key &key, const rib_protocol *source,
+                        const rib_interest_words &words)
+{
+    rib_interest_end(server, session, key);
+    rib_consumer &consumer = session.consumer;
+    const auto begun = consumer.interests.emplace(key, make_interest(session, key, source, words)).first;
+    rib_interest *interest = begun->second.get();
+    server.tables.watch(key.table, interest);
+    interest->dump_place = consumer.dumps.insert(consumer.dumps.end(), interest);
+    interest->dumping = true;
+    rib_consumer_stir(session);
+}
+
+void rib_interest_end(rib_server &server, rib_session &session, const rib_interest_key &key)
+{
+    const auto place = session.consumer.interests.find(key);
+    if (place != session.consumer.interests.end())
+        end_interest(server, session.consumer, place);
+}
+
+bool rib_interests_end(rib_server &server, rib_session &session, rib_tableid_td table)
+{
+    auto &interests = session.consumer.interests;
+    const size_t before = interests.size();
+    for (auto place = interests.begin(); place != interests.end();)
+        place = table == 0 || place->first.table == table ? end_interest(server, session.consumer, place) : std::next(place);
+    return interests.size() != before;
+}
+
+void rib_forget_ended(rib_session &session)
+{
+    rib_consumer &consumer = session.consumer;
+    const auto waits = [](const auto &interest) { return interest->in_line != 0; };
+    if (consumer.interests.empty()) {
+        consumer.line.clear();
+        consumer.gone.clear();
+    } else if (std::any_of(consumer.ended.begin(), consumer.ended.end(), waits)) {
+        absl::flat_hash_set<const rib_interest *> gone;
+        for (const auto &interest : consumer.ended)
+            gone.insert(interest.get());
+        consumer.line.erase_if([&](const rib_update &update) { return gone.contains(update.interest); });
+    }
+    consumer.ended.clear();
+}
+
+/* Runs work on the session's interests in a source of these names. */
+static void for_each_interest(rib_session &session, const rib_protocol &source, absl::FunctionRef<void(rib_interest &)> work)
+{
+    auto &interests = session.consumer.interests;
+    auto place = interests.lower_bound({source.proto_name, source.instance_name, 0});
+    for (; place != interests.end() && place->first.proto_name == source.proto_name &&
+           place->first.instance_name == source.instance_name;
+         ++place)
+        work(*place->second);
+}
+
+void rib_protocol_came(rib_server &server, const rib_protocol &protocol)
 {
     for (const auto &[id, session] : server.sessions) {
-        auto &wanted = session->redistributions.wanted;
-        wanted.erase(wanted.lower_bound({source, 0}), wanted.upper_bound({source, UINT32_MAX}));
+        rib_consumer_came(*session, protocol.id);
+        for_each_interest(*session, protocol, [&](rib_interest &interest) {
+            interest.source = protocol.id;
+            interest.waits = false;
+            server.tables.watch(interest.table, &interest);
+        });
     }
+}
+
+void rib_protocol_went(rib_server &server, const rib_protocol &protocol)
+{
+    for (const auto &[id, session] : server.sessions) {
+        rib_consumer_went(*session, protocol.id, {protocol.proto_name, protocol.instance_name, protocol.words[0]});
+        for_each_interest(*session, protocol, [&](rib_interest &interest) {
+            interest.waits = true;
+            server.tables.unwatch(interest.table, &interest);
+        });
+    }
+}
+
+static void set_own(rib_server &server, rib_session &session, rib_protoid_td protoid, bool owns)
+{
+    session.consumer.own.set(protoid, owns);
+    for (const auto &[key, interest] : session.consumer.interests) {
+        const rib_table *table = interest->foreign ? server.tables.find(interest->table) : nullptr;
+        if (table)
+            rib_interest_own_changed(*interest, *table, protoid, owns);
+    }
+}
+
+void rib_protocol_set_owner(rib_server &server, rib_protocol &protocol, rib_session *owner)
+{
+    if (protocol.owner == owner)
+        return;
+    if (protocol.owner)
+        set_own(server, *protocol.owner, protocol.id, false);
+    if (owner)
+        set_own(server, *owner, protocol.id, true);
+    protocol.owner = owner;
+}
+
+static void mark(const rib_watchers &watchers, rib_protoid_td protoid, rib_update_kind kind)
+{
+    for (rib_interest *interest : watchers)
+        if (interest->markers && rib_interest_covers(*interest, protoid))
+            rib_consumer_mark(*interest, protoid, kind);
+}
+
+void rib_tell_complete(rib_server &server, rib_protoid_td protoid)
+{
+    for (const auto &[table, watchers] : server.tables.watchers())
+        mark(*watchers, protoid, rib_update_kind::complete);
+}
+
+void rib_tell_converged(rib_server &server, rib_tableid_td table, rib_protoid_td protoid)
+{
+    const auto place = server.tables.watchers().find(table);
+    if (place != server.tables.watchers().end())
+        mark(*place->second, protoid, rib_update_kind::converged);
 }

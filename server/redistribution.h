@@ -1,39 +1,36 @@
 /*
- * Redistribution: whose routes in which tables a session wants to hear of.
+ * Redistribution: how interests begin and end, and what becomes of them when their sources come and go.
+ *
+ * An interest in a source outlives it: it waits until a protocol of the same names is registered, whatever its identifier.
  */
 #pragma once
 
-#include <compare>
-#include <cstdint>
-
-#include <absl/container/btree_map.h>
-
 #include <ipv6_rib/errors.h>
 
-struct rib_server;
-struct rib_session;
+#include "server/server.h"
 
-constexpr size_t RIB_SESSION_REDISTRIBUTIONS = 65'536;
-
-struct rib_redist_key {
-    rib_protoid_td source = RIB_PROTOID_NONE;
-    rib_tableid_td table = 0;
-    auto operator<=>(const rib_redist_key &) const = default;
-};
-
-struct rib_redist {
-    uint32_t flags = 0;
-    uint32_t child_arg = 0;
-    uint32_t parent = 0; /* client id of the session that was joined; RIB_NO_PARENT for none */
-    uint16_t mode = 0;
-    bool markers = false;
-};
-
-struct rib_redistributions {
-    absl::btree_map<rib_redist_key, rib_redist> wanted;
-};
-
-/* Whether a request may name that parent: 0, or EPERM when it is no session of the same process that has a redistribution. */
+/* Whether a request may name that parent: 0, or EPERM when it is no session of the same process that has an interest. */
 errcode rib_check_parent(const rib_server &server, const rib_session &session, uint32_t parent);
-/* A source is forgotten, and its identifier may be another's: nobody wants its routes any more. */
-void rib_drop_source(rib_server &server, rib_protoid_td source);
+
+/*
+ * Begins an interest, with a dump of all that it sees; one that the session has under the key ends. The source is NULL for a
+ * table as a whole. The session has fewer interests than it may, or one under the key.
+ */
+void rib_interest_begin(rib_server &server, rib_session &session, const rib_interest_key &key, const rib_protocol *source,
+                        const rib_interest_words &words);
+/* Ends the interest of a key, if there is one; of all interests of a table, or with table 0 of all: returns whether any. */
+void rib_interest_end(rib_server &server, rib_session &session, const rib_interest_key &key);
+bool rib_interests_end(rib_server &server, rib_session &session, rib_tableid_td table);
+/* Forgets what waits of interests that ended, and all that waits when none is left. Follows every begin and end, or a run of
+ * them, before anything else is done. */
+void rib_forget_ended(rib_session &session);
+
+/* Gives a protocol an owner, or takes it away with NULL. */
+void rib_protocol_set_owner(rib_server &server, rib_protocol &protocol, rib_session *owner);
+/* The protocol has got its identifier; or loses it, and its routes are withdrawn already. */
+void rib_protocol_came(rib_server &server, const rib_protocol &protocol);
+void rib_protocol_went(rib_server &server, const rib_protocol &protocol);
+
+/* A marker of a source: the protocol has completed its update; it says that a table has converged. */
+void rib_tell_complete(rib_server &server, rib_protoid_td protoid);
+void rib_tell_converged(rib_server &server, rib_tableid_td table, rib_protoid_td protoid);

@@ -6,15 +6,7 @@
 #include <cerrno>
 
 #include "server/protocol_requests.h"
-
-static errcode keep(rib_redistributions &redistributions, const rib_redist_key &key, const rib_redist &redist)
-{
-    const bool known = redistributions.wanted.contains(key);
-    if (!known && redistributions.wanted.size() == RIB_SESSION_REDISTRIBUTIONS)
-        return ENOSPC;
-    redistributions.wanted.insert_or_assign(key, redist);
-    return 0;
-}
+#include "server/redistribution.h"
 
 static void tell(const rib_session &session, rib_protoid_td source, rib_redist_reply_td &reply)
 {
@@ -32,40 +24,44 @@ errcode rib_do_redist(rib_server &server, rib_session &session, const rib_redist
         return EINVAL;
     if (const errcode refusal = rib_check_parent(server, session, body.rr_parent))
         return refusal;
-    const rib_redist redist = {.flags = body.rr_flags,
-                               .child_arg = body.rr_child_arg,
-                               .parent = body.rr_parent,
-                               .mode = static_cast<uint16_t>(body.rr_mode)};
-    if (const errcode refusal = keep(session.redistributions, {source->id, body.rr_table}, redist))
-        return refusal;
+    const rib_interest_key key = {source->proto_name, source->instance_name, body.rr_table};
+    const auto &interests = session.consumer.interests;
+    if (!interests.contains(key) && interests.size() == RIB_SESSION_INTERESTS)
+        return ENOSPC;
+    rib_interest_begin(server, session, key, source,
+                       {.flags = body.rr_flags,
+                        .child_arg = body.rr_child_arg,
+                        .parent = body.rr_parent,
+                        .mode = static_cast<uint16_t>(body.rr_mode)});
+    rib_forget_ended(session);
     tell(session, source->id, reply);
     return 0;
 }
 
-errcode rib_do_redist_markers(rib_server &server, rib_session &session, const rib_redist_markers_body_td &body,
+errcode rib_do_redist_markers(rib_server &, rib_session &session, const rib_redist_markers_body_td &body,
                               rib_redist_reply_td &reply)
 {
-    rib_protocol *source = nullptr;
-    if (!rib_names_are_empty(body.rr_names))
-        if (const errcode refusal = rib_protocol_named(server, body.rr_names, &source))
-            return refusal;
-    bool found = false;
-    for (auto &[key, redist] : session.redistributions.wanted) {
-        if (key.table != body.rr_table || (source && key.source != source->id))
+    std::string_view proto_name;
+    std::string_view instance_name;
+    if (!rib_names_of(body.rr_names, &proto_name, &instance_name))
+        return EINVAL;
+    const bool every = rib_names_are_empty(body.rr_names);
+    const rib_interest *found = nullptr;
+    for (auto &[key, interest] : session.consumer.interests) {
+        if (key.table != body.rr_table || (!every && (key.proto_name != proto_name || key.instance_name != instance_name)))
             continue;
-        redist.markers = true;
-        found = true;
+        interest->markers = true;
+        found = interest.get();
     }
     if (!found)
         return RIB_SRV_ERR_NOT_FOUND;
-    tell(session, source ? source->id : RIB_PROTOID_NONE, reply);
+    tell(session, every || found->waits ? RIB_PROTOID_NONE : found->source, reply);
     return 0;
 }
 
-errcode rib_do_redist_reset(rib_server &, rib_session &session, const rib_redist_reset_body_td &body, rib_result_reply_td &)
+errcode rib_do_redist_reset(rib_server &server, rib_session &session, const rib_redist_reset_body_td &body, rib_result_reply_td &)
 {
-    const uint32_t table = body.rr_value;
-    const auto dropped = absl::erase_if(session.redistributions.wanted,
-                                        [&](const auto &entry) { return table == 0 || entry.first.table == table; });
-    return dropped != 0 ? 0 : RIB_SRV_ERR_NOT_FOUND;
+    const bool any = rib_interests_end(server, session, body.rr_value);
+    rib_forget_ended(session);
+    return any ? 0 : RIB_SRV_ERR_NOT_FOUND;
 }

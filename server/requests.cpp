@@ -107,6 +107,7 @@ static constexpr auto commands = [] {
     enter<rib_route_lookup_body_td>(table, rib_serve_route_lookup);
     enter<rib_get_routes_body_td>(table, rib_serve_get_routes);
     enter<rib_check_body_td>(table, rib_serve_get_check);
+    table[RIB_CMD_FETCH_UPDATE] = {0, RIB_LWM_BODY, false, rib_serve_fetch};
     table[RIB_CMD_NOTIFY_FIB_UG] = {0, RIB_TLV_HEADER, true, serve_notify_fib_ug};
     table[RIB_CMD_BIND_DATA] = {sizeof(rib_bind_data_body_td), RIB_BIND_DATA_SENT, true, rib_serve_bind_data};
     return table;

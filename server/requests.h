@@ -32,3 +32,4 @@ size_t rib_serve_bind_data(rib_request_td &request);
 size_t rib_serve_route_lookup(rib_request_td &request);
 size_t rib_serve_get_routes(rib_request_td &request);
 size_t rib_serve_get_check(rib_request_td &request);
+size_t rib_serve_fetch(rib_request_td &request);

@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <new>
 
+#include <ipv6_rib/errors.h>
+
 #include "ip/rib/wire/route_fetch.h"
 #include "server/protocol_requests.h"
 #include "server/requests.h"

@@ -31,6 +31,7 @@ struct rib_server {
     rib_protocols protocols;
     absl::btree_map<uint32_t, std::unique_ptr<rib_session>> sessions; /* by client id */
     uint32_t last_client_id = 0;
+    std::vector<rib_session *> stirred; /* sessions for which something may wait since clients were last woken */
 };
 
 /* Gives room bytes for the reply, not cleared; NULL without memory. Asked at most once for a message. */
@@ -41,6 +42,8 @@ rib_session *rib_server_connect(rib_server &server, const rib_credentials &crede
 void rib_server_disconnect(rib_server &server, rib_session *session);
 /* Serves one message, which may be changed in place. Returns the length of the reply; 0 when there was no area for it. */
 size_t rib_server_handle(rib_server &server, rib_session &session, uint8_t *msg, size_t len, rib_reply_area area);
+/* Wakes the clients for which something waits; whoever calls the functions here calls this before it waits itself. */
+void rib_wake_consumers(rib_server &server);
 /* When rib_server_expire() has work next, on the server's clock, or RIB_NEVER. */
 uint64_t rib_server_deadline(rib_server &server);
 /* Sweeps what has been held long enough. */

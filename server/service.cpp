@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <chrono>
 #include <climits>
+#include <csignal>
 #include <string>
 #include <system_error>
 
@@ -35,6 +36,10 @@ try {
     auto &server = *static_cast<rib_server *>(owner);
     rib_session *session = rib_server_connect(server, {info.mpi_uid, info.mpi_gid, info.mpi_pid, info.mpi_node_id});
     session->gone = [peer] { return msg_peer_gone(peer) != 0; };
+    session->pulse = [peer, session] {
+        const auto event = rib_load<struct sigevent>(session->event.data());
+        return msg_peer_pulse(peer, &event, session->pulse_value) == 0;
+    };
     msg_peer_set_datum(peer, session);
     return 0;
 } catch (const std::bad_alloc &) {
@@ -99,6 +104,7 @@ void rib_service::run()
         if (msg_server_dispatch(channel_.get(), deadline == RIB_NEVER ? -1 : static_cast<int>(wait)) != 0)
             fail("message channel");
         rib_server_expire(server_);
+        rib_wake_consumers(server_);
     }
 }
 

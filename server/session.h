@@ -10,8 +10,8 @@
 #include <sys/types.h>
 
 #include "ip/rib/wire/bind.h"
+#include "server/consumer.h"
 #include "server/next_hops.h"
-#include "server/redistribution.h"
 
 struct rib_credentials {
     uid_t uid = 0;
@@ -23,8 +23,9 @@ struct rib_credentials {
 struct rib_session {
     uint32_t client_id = 0;
     rib_credentials credentials;
-    std::function<bool()> gone; /* whether the client has closed its end already; empty: it has not */
-    bool bound = false;         /* everything below is the client's own word */
+    std::function<bool()> gone;  /* whether the client has closed its end already; empty: it has not */
+    std::function<bool()> pulse; /* delivers the event; false: it did not reach the client. Empty: nowhere */
+    bool bound = false;          /* everything below is the client's own word */
     std::string process;
     std::string node;
     bool has_event = false;
@@ -34,5 +35,5 @@ struct rib_session {
     uint16_t option = 0;
     std::string first_proto_name; /* of its first registration; further instances in a batch belong to it */
     rib_next_hops next_hops;
-    rib_redistributions redistributions;
+    rib_consumer consumer;
 };

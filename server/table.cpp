@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "server/interest.h"
+
 /* The link that holds a route, in a chain that has it. */
 static rib_route_ptr *link_of(rib_route_ptr *link, const rib_route *route)
 {
@@ -72,9 +74,9 @@ rib_table::place_td rib_table::locate(const rib_prefix &prefix)
     return cursor_ != tree_.end() && cursor_->first == prefix ? cursor_ : tree_.end();
 }
 
-rib_route *rib_table::route_of(place_td place, rib_protoid_td protoid)
+rib_route *rib_table::route_of(const entry_td &entry, rib_protoid_td protoid)
 {
-    rib_route *route = place->second.get();
+    rib_route *route = entry.second.get();
     while (route && route->protoid != protoid)
         route = route->next.get();
     return route;
@@ -92,11 +94,29 @@ rib_table::place_td rib_table::add(const rib_prefix &prefix, rib_route_ptr route
     return place;
 }
 
-/*
- * Every change of a table ends here. The head of the chain is still the route that was best before; an added route
- * stands in the chain, a withdrawn one is taken out and freed. Afterwards the cursor stands behind the prefix.
- */
+/* Every change of a table ends here. */
 void rib_table::table_change(place_td place, rib_change change, rib_route *route)
+{
+    if (!watchers) {
+        settle(place, change, route);
+        return;
+    }
+    const rib_route *head = place->second.get();
+    const bool alone = change == rib_change::added && head == route;
+    rib_route_event event = {.prefix = place->first,
+                             .change = change,
+                             .protoid = route->protoid,
+                             .best_before = alone ? RIB_PROTOID_NONE : head->protoid};
+    if (const rib_route *best = settle(place, change, route))
+        event.best_after = best->protoid;
+    rib_tell_change(*watchers, event);
+}
+
+/*
+ * The head of the chain is still the route that was best before; an added route stands in the chain, a withdrawn one is
+ * taken out and freed. Afterwards the cursor stands behind the prefix. Returns the best route, NULL when none is left.
+ */
+const rib_route *rib_table::settle(place_td place, rib_change change, rib_route *route)
 {
     route->version = ++common_.version;
     if (change == rib_change::added) {
@@ -109,10 +129,11 @@ void rib_table::table_change(place_td place, rib_change change, rib_route *route
         settle_local(*place);
     if (!place->second) {
         cursor_ = tree_.erase(place);
-        return;
+        return nullptr;
     }
     elect(place->second);
     cursor_ = std::next(place);
+    return place->second.get();
 }
 
 void rib_table::take_out(place_td place, rib_route *route)
@@ -175,7 +196,7 @@ void rib_table::for_each_route(rib_protoid_td protoid, absl::FunctionRef<verdict
 {
     uint32_t left = counts_[protoid];
     for (place_td place = tree_.begin(); left != 0;) {
-        rib_route *route = route_of(place, protoid);
+        rib_route *route = route_of(*place, protoid);
         left -= route != nullptr;
         const verdict answer = route ? work(*route) : verdict::keep;
         if (answer == verdict::keep) {

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <vector>
 
 #include <absl/container/btree_map.h>
 #include <absl/container/btree_set.h>
@@ -16,6 +17,10 @@
 #include "server/route.h"
 
 enum class rib_change { added, changed, withdrawn };
+
+struct rib_interest;
+/* Who is told of the changes of a table. */
+using rib_watchers = std::vector<rib_interest *>;
 
 /* What all tables share. */
 struct rib_table_common {
@@ -54,7 +59,7 @@ public:
     /* Where a prefix stands, end() when it is absent. Costs no search when asked for in prefix order. */
     place_td locate(const rib_prefix &prefix);
     place_td end() { return tree_.end(); }
-    static rib_route *route_of(place_td place, rib_protoid_td protoid);
+    static rib_route *route_of(const entry_td &entry, rib_protoid_td protoid);
     /* Takes in a route of a protocol that has none for the prefix; returns where it stands. */
     place_td add(const rib_prefix &prefix, rib_route_ptr route);
     /* A route of the place was changed by the caller. */
@@ -72,10 +77,12 @@ public:
     bool advertise(place_td place, rib_protoid_td protoid, bool advertises);
     void forget_advertiser(rib_protoid_td protoid);
 
-    bool converged = false; /* a convergence marker came */
+    bool converged = false;                 /* a convergence marker came */
+    const rib_watchers *watchers = nullptr; /* NULL while nobody watches */
 
 private:
     void table_change(place_td place, rib_change change, rib_route *route);
+    const rib_route *settle(place_td place, rib_change change, rib_route *route);
     void take_out(place_td place, rib_route *route);
     void settle_local(const entry_td &entry);
     /* Runs work on each route of a protocol; what it answers is done: nothing, or the change. */

@@ -23,6 +23,12 @@ public:
     /* Whether the protocol's routes are this router's own addresses. */
     void set_local(rib_protoid_td protoid, bool local);
 
+    /* An interest is told of the changes of a table that is there, or will be. */
+    void watch(rib_tableid_td id, rib_interest *interest);
+    void unwatch(rib_tableid_td id, rib_interest *interest);
+    /* Who watches, by table. */
+    const auto &watchers() const { return watchers_; }
+
     auto begin() const { return tables_.begin(); }
     auto end() const { return tables_.end(); }
 
@@ -31,4 +37,5 @@ private:
     size_t max_routes_;
     rib_table_common common_;
     absl::btree_map<rib_tableid_td, std::unique_ptr<rib_table>> tables_;
+    absl::btree_map<rib_tableid_td, std::unique_ptr<rib_watchers>> watchers_; /* none of them empty */
 };

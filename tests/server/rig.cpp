@@ -77,7 +77,7 @@ bytes_t table_record(rib_tableid_td table, rib_protoid_td protoid)
 static bytes_t batch(bytes_t header, const std::vector<bytes_t> &records)
 {
     for (const bytes_t &bytes : records)
-        header = header + bytes;
+        header.insert(header.end(), bytes.begin(), bytes.end());
     put(&header, {{20, header.size(), 4}});
     return header;
 }
@@ -183,6 +183,7 @@ bytes_t rig_td::send(rib_session &session, bytes_t message)
         return reply.data();
     });
     reply.resize(len);
+    rib_wake_consumers(server);
     return reply;
 }
 

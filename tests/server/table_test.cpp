@@ -55,7 +55,7 @@ protected:
 
     rib_route *route_at(rib_table::place_td place, rib_protoid_td protoid)
     {
-        return place == table_.end() ? nullptr : rib_table::route_of(place, protoid);
+        return place == table_.end() ? nullptr : rib_table::route_of(*place, protoid);
     }
     void put(const rib_prefix &prefix, rib_protoid_td protoid)
     {
