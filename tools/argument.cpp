@@ -45,3 +45,12 @@ route_range range_argument(const std::string &text)
 {
     return parsed(text, parse_range);
 }
+
+protocol_identity protocol_argument(const std::string &text)
+{
+    const size_t slash = text.find('/');
+    const protocol_identity named = {.name = text.substr(0, slash), .instance = slash == text.npos ? "" : text.substr(slash + 1)};
+    if (named.name.size() + named.instance.size() > RIB_PROTO_NAMES_MAX)
+        fail("'{}': the names have more than {} characters together", printable(text), RIB_PROTO_NAMES_MAX);
+    return named;
+}

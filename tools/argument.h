@@ -1,9 +1,12 @@
 /*
- * Words of the command line as addresses. One that is none fails the command.
+ * Words of the command line as addresses and protocols. What cannot be one fails the command.
  */
 #pragma once
 
+#include "connection.h"
 #include "route_range.h"
+
+#include <string>
 
 in6_addr address_argument(const std::string &text);
 /* A prefix without bits behind its length. */
@@ -11,3 +14,5 @@ ip_prefix prefix_argument(const std::string &text);
 /* A prefix whose further bits are cleared, or an address, which stands for itself. */
 ip_prefix asked_argument(const std::string &text);
 route_range range_argument(const std::string &text);
+/* "NAME/INSTANCE", or "NAME" of a protocol without an instance name. */
+protocol_identity protocol_argument(const std::string &text);

@@ -20,6 +20,7 @@ struct arguments {
     change_options change;
     lookup_options lookup;
     routes_options routes;
+    watch_options watch;
     address_options address;
     rib_tableid_td table = IPV6_RIB_TABLE_DEFAULT; /* of the commands without options of their own */
     std::function<int(output &)> command;
@@ -34,5 +35,5 @@ void add_kind_option(CLI::App *command, protocol_identity *protocol);
 
 /* load, convert, generate, demo */
 void add_table_commands(CLI::App &app, arguments &args);
-/* lookup, routes, explain, add, del, local, nexthop, protocols, status */
+/* lookup, routes, watch, explain, add, del, local, nexthop, protocols, status */
 void add_route_commands(CLI::App &app, arguments &args);

@@ -27,6 +27,20 @@ static void add_routes(CLI::App &app, arguments &args)
     command->add_flag("--text", options.plain, "Lines as load reads them: prefix and first next hop");
 }
 
+static void add_watch(CLI::App &app, arguments &args)
+{
+    watch_options &options = args.watch;
+    CLI::App *command = new_command(app, args, "watch", "Follow the changes of a table, or of a protocol in it",
+                                    [&](output &out) { return watch_command(options, out); });
+    add_table_option(command, &options.table);
+    command->add_option("--protocol", options.protocol, "Of this protocol only; waits until it is registered")
+        ->type_name("NAME[/INSTANCE]");
+    command->add_flag("--best", options.best, "Only the routes that forward");
+    command->add_flag("--count", options.count, "How many changes there were, once a second, instead of each");
+    command->add_flag("--no-retry{false}", options.retry, "Fail without a server, and when it is lost");
+    command->add_flag("--until-complete", options.until_complete, "End when all that is there has been told");
+}
+
 static void add_explain(CLI::App &app, arguments &args)
 {
     CLI::App *command = new_command(app, args, "explain", "Show every route for a prefix, best first, and what decides",
@@ -83,6 +97,7 @@ void add_route_commands(CLI::App &app, arguments &args)
 {
     add_lookup(app, args);
     add_routes(app, args);
+    add_watch(app, args);
     add_explain(app, args);
     add_changes(app, args);
     add_address_commands(app, args);

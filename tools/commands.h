@@ -48,6 +48,15 @@ struct routes_options {
     bool plain = false; /* lines as load reads them */
 };
 
+struct watch_options {
+    std::string protocol; /* as it was asked for; empty for all */
+    rib_tableid_td table = IPV6_RIB_TABLE_DEFAULT;
+    bool best = false;
+    bool count = false;          /* numbers instead of changes */
+    bool retry = true;           /* wait for a server that is not there */
+    bool until_complete = false; /* end when the table has been told */
+};
+
 struct address_options {
     std::string addr;
     rib_tableid_td table = IPV6_RIB_TABLE_DEFAULT;
@@ -65,6 +74,7 @@ int convert_command(const std::string &file, output &out);
 int generate_command(const generate_options &options, bool as_json);
 int lookup_command(const lookup_options &options, output &out);
 int routes_command(const routes_options &options, output &out);
+int watch_command(const watch_options &options, output &out);
 int explain_command(const std::string &what, rib_tableid_td table, output &out);
 int add_command(const change_options &options, output &out);
 int del_command(const change_options &options, output &out);

@@ -13,8 +13,7 @@
 
 static_assert(RIB_PROTO_NAME_PAIR == 2 * RIB_PROTO_NAME_FIELD);
 
-/* As the message channel chooses it. */
-static std::string run_directory()
+std::string run_directory()
 {
     if (const char *dir = std::getenv("MSG_CHAN_DIR"); dir && *dir)
         return dir;
@@ -109,10 +108,15 @@ std::vector<protocol_names> names_of(ipv6_rib_conn_p conn, const std::vector<rib
     return names;
 }
 
-static std::string name_of(ipv6_rib_conn_p conn, rib_protoid_td id)
+std::string text_of(const protocol_names &names)
 {
-    const protocol_names names = names_of(conn, {id}).front();
-    return names.name.empty() ? fmt::format("protocol {}", id) : fmt::format("{}/{}", names.name, names.instance);
+    const bool named = !names.name.empty() || !names.instance.empty();
+    return named ? fmt::format("{}/{}", names.name, names.instance) : fmt::format("protocol {}", names.id);
+}
+
+std::string protocol_name(ipv6_rib_conn_p conn, rib_protoid_td id)
+{
+    return text_of(names_of(conn, {id}).front());
 }
 
 protocol_namer cached_names(ipv6_rib_conn_p conn)
@@ -120,7 +124,7 @@ protocol_namer cached_names(ipv6_rib_conn_p conn)
     return [conn, known = std::map<rib_protoid_td, std::string>()](rib_protoid_td id) mutable {
         const auto [at, is_new] = known.try_emplace(id);
         if (is_new)
-            at->second = name_of(conn, id);
+            at->second = protocol_name(conn, id);
         return at->second;
     };
 }

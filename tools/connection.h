@@ -11,6 +11,9 @@
 #include <string>
 #include <vector>
 
+/* Where the message channel looks for the server, as it chooses it. */
+std::string run_directory();
+
 class rib_connection
 {
 public:
@@ -45,6 +48,9 @@ struct protocol_names {
 
 std::vector<protocol_names> names_of(ipv6_rib_conn_p conn, const std::vector<rib_protoid_td> &ids);
 /* "static/ribctl", or the number of an identifier without a name. */
+std::string text_of(const protocol_names &names);
+/* The same, asked of the server. */
+std::string protocol_name(ipv6_rib_conn_p conn, rib_protoid_td id);
 using protocol_namer = std::function<std::string(rib_protoid_td)>;
 /* Asks the server for each name once. */
 protocol_namer cached_names(ipv6_rib_conn_p conn);

@@ -1,9 +1,11 @@
 /*
  * demo: shows what the library does, and checks all of it: a table is loaded into a server of this process, listed, every
  * route and many addresses are looked up and compared with the tool's own model, a second protocol overrides some prefixes
- * and leaves again, and at last everything is withdrawn.
+ * and leaves again, and at last everything is withdrawn. A second client follows the table all the while, and must have it right
+ * after each of these.
  */
 #include "commands.h"
+#include "demo_follower.h"
 #include "demo_server.h"
 #include "explain.h"
 #include "failure.h"
@@ -27,6 +29,7 @@ constexpr size_t longest_lookups = 50'000, override_every = 100, gone_every = 10
 struct step_result {
     uint64_t count;
     uint64_t faults;
+    std::optional<double> behind = {}; /* seconds after the last send, instead of those that the step took */
 };
 
 class demo
@@ -41,11 +44,16 @@ public:
             better_ = register_protocol(*conn_, {.name = "static", .instance = "override", .distance = 10});
             return step_result{2, base_ == better_};
         });
+        step("follow", "tables", [&] {
+            follower_.emplace(table);
+            return step_result{1, 0};
+        });
     }
 
     int run()
     {
         step("load", "routes", [&] { return load(); });
+        step("followed", "changes", [&] { return followed(model_->routes()); });
         step("count", "prefixes", [&] { return expect_prefixes(model_->routes().size()); });
         step("list", "routes", [&] { return of(verify_listed(base(), model_->routes(), shown_)); });
         step("exact lookup", "routes", [&] { return of(verify_exact(base(), model_->routes(), shown_)); });
@@ -53,6 +61,7 @@ public:
         show_samples();
         overrule();
         step("withdraw", "routes", [&] { return withdraw(base_, model_->routes()); });
+        step("followed", "changes", [&] { return followed({}); });
         step("count", "prefixes", [&] { return expect_prefixes(0); });
         step("all gone", "routes", [&] { return of(verify_absent(base(), every(gone_every), shown_)); });
         return finish();
@@ -75,16 +84,19 @@ private:
         shown_.restart(name);
         const clock::time_point start = clock::now();
         const step_result result = work();
-        const double seconds = std::chrono::duration<double>(clock::now() - start).count();
+        const double seconds = result.behind.value_or(std::chrono::duration<double>(clock::now() - start).count());
         faults_ += result.faults;
         shown_.clear();
         const std::string verdict = result.faults ? fmt::format("{} WRONG", result.faults) : "ok";
         if (out_.as_json())
-            out_.object(
-                {{"step", name}, {"count", result.count}, {"unit", unit}, {"seconds", seconds}, {"wrong", result.faults}});
+            out_.object({{"step", name},
+                         {"count", result.count},
+                         {"unit", unit},
+                         {result.behind ? "seconds_behind" : "seconds", seconds},
+                         {"wrong", result.faults}});
         else
-            out_.line("{:<14} {:>8} {:<9} {:8.3f} s {}  {}", name, result.count, unit, seconds, rate_text(result.count, seconds),
-                      verdict);
+            out_.line("{:<14} {:>8} {:<9} {:8.3f} s {}  {}", name, result.count, unit, seconds,
+                      result.behind ? fmt::format("{:>11}", "behind") : rate_text(result.count, seconds), verdict);
         out_.finish();
     }
 
@@ -133,6 +145,7 @@ private:
             shown_.update(loader.counts().sent, routes.size(), loader.counts().sent);
         }
         loader.flush();
+        sent_ = clock::now();
         return of(loader.counts());
     }
 
@@ -142,7 +155,15 @@ private:
         for (const route &one : routes)
             loader.withdraw(one.prefix);
         loader.flush();
+        sent_ = clock::now();
         return of(loader.counts());
+    }
+
+    /* The second client has what was sent. */
+    step_result followed(std::span<const route> expected)
+    {
+        const demo_follower::outcome told = follower_->await(expected);
+        return {told.changes, told.differences, std::max(0.0, std::chrono::duration<double>(told.last - sent_).count())};
     }
 
     route_loader::on_refusal refusal_teller()
@@ -186,6 +207,15 @@ private:
         return some;
     }
 
+    /* The model with those in the place of every so many-th. */
+    std::vector<route> overridden(std::span<const route> theirs) const
+    {
+        std::vector<route> routes = model_->routes();
+        for (size_t i = 0; i < theirs.size(); ++i)
+            routes[i * override_every] = theirs[i];
+        return routes;
+    }
+
     /* The protocol that is overridden tells that it advertises the route that took its place; the route tells so, too. */
     step_result advertise(const ip_prefix &prefix)
     {
@@ -203,10 +233,12 @@ private:
         for (route &one : theirs)
             one.nexthop = address_of(address_bits{0x20010DB8FFFF} << 80 | 1);
         step("override", "routes", [&] { return send(better_, theirs); });
+        step("followed", "changes", [&] { return followed(overridden(theirs)); });
         step("overridden", "routes", [&] { return of(verify_exact(better(), theirs, shown_)); });
         step("advertise", "prefixes", [&] { return advertise(hidden.front().prefix); });
         explain(*conn_, table, hidden.front().prefix, out_);
         step("take back", "routes", [&] { return withdraw(better_, theirs); });
+        step("followed", "changes", [&] { return followed(model_->routes()); });
         step("as before", "routes", [&] { return of(verify_exact(base(), hidden, shown_)); });
         step("count", "prefixes", [&] { return expect_prefixes(model_->routes().size()); });
     }
@@ -218,7 +250,7 @@ private:
         if (out_.as_json())
             out_.object({{"demo", "passed"}, {"routes", model_->routes().size()}, {"input_flawless", flawless_}});
         else
-            out_.line("demo passed: {} routes loaded, listed, found, overridden and withdrawn, nothing differed",
+            out_.line("demo passed: {} routes loaded, listed, found, followed, overridden and withdrawn, nothing differed",
                       model_->routes().size());
         return flawless_ ? exit_fine : exit_bad_input;
     }
@@ -226,7 +258,9 @@ private:
     output &out_;
     progress shown_;
     demo_server server_;
-    std::optional<rib_connection> conn_; /* gone before its server */
+    std::optional<rib_connection> conn_;    /* gone before its server */
+    std::optional<demo_follower> follower_; /* and this, too */
+    clock::time_point sent_ = {};           /* when the last message was answered */
     rib_protoid_td base_ = RIB_PROTOID_NONE, better_ = RIB_PROTOID_NONE;
     std::vector<route> routes_;
     std::optional<route_model> model_;

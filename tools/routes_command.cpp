@@ -13,13 +13,6 @@
 namespace
 {
 
-/* "NAME/INSTANCE", or "NAME" of a protocol without an instance name. */
-protocol_identity protocol_of(const std::string &text)
-{
-    const size_t slash = text.find('/');
-    return {.name = text.substr(0, slash), .instance = slash == text.npos ? "" : text.substr(slash + 1)};
-}
-
 route_filter filter_of(ipv6_rib_conn_p conn, const routes_options &options)
 {
     route_filter filter = {.table = options.table, .best_only = options.best};
@@ -27,7 +20,7 @@ route_filter filter_of(ipv6_rib_conn_p conn, const routes_options &options)
         filter.range = range_argument(options.range);
     if (options.protocol.empty())
         return filter;
-    const protocol_identity protocol = protocol_of(options.protocol);
+    const protocol_identity protocol = protocol_argument(options.protocol);
     if (!find_protocol(conn, protocol))
         fail("no protocol {} is registered", printable(options.protocol));
     filter.protocol = protocol.name;

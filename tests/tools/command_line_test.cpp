@@ -53,6 +53,7 @@ const std::tuple<const char *, std::vector<const char *>, int, const char *> ref
     {"a next hop that leads nowhere", {"add", "::/0", "::"}, exit_failed, "leads nowhere without an --interface"},
     {"bits behind the length", {"add", "::1/64", "::1"}, exit_failed, "bits set behind its length"},
     {"a path that cannot be", {"del", "::/0", "::"}, exit_failed, "leads nowhere without an --interface"},
+    {"names that are too long", {"watch", "--protocol", "0123456789012345678901234567890/0123456789"}, exit_failed, "than 40"},
     {"a prefix where an address belongs", {"nexthop", "::/0"}, exit_failed, "not an IPv6 address"},
 };
 

@@ -4,42 +4,16 @@
 #include "tools/explain.h"
 #include "tools/show_routes.h"
 
-#include "tools/address.h"
-
-#include <gtest/gtest.h>
+#include "tests/tools/route_record.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace
 {
 
-std::string named(rib_protoid_td id)
-{
-    return "p" + std::to_string(id);
-}
-
-in6_addr addr(const char *text)
-{
-    in6_addr read;
-    EXPECT_EQ(parse_address(text, &read), nullptr);
-    return read;
-}
-
-void add_path(ipv6_routetype *route, const char *nexthop, uint32_t interface, uint8_t state, uint32_t label = RIB_LABEL_NONE)
-{
-    rib_pathtype &path = route->rt_path[route->rt_path_count++];
-    std::memcpy(path.path_nexthop, addr(nexthop).s6_addr, 16);
-    path.path_interface = interface;
-    path.path_state = state;
-    path.path_label = label;
-    path.path_metric = 6;
-}
-
 ipv6_routetype held_route()
 {
-    ipv6_routetype route = {.rt_prefix_len = 32, .rt_distance = 20, .rt_state = RIB_ROUTE_STALE, .rt_protoid = 3, .rt_metric = 5};
-    std::memcpy(route.rt_prefix, addr("2001:db8::").s6_addr, 16);
+    ipv6_routetype route = route_record(RIB_ROUTE_STALE, 3);
     add_path(&route, "fe80::1", 7, 0);
     add_path(&route, "::2", 0, RIB_PATH_BACKUP, 16);
     return route;
