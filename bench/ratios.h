@@ -8,10 +8,13 @@
 
 #include <benchmark/benchmark.h>
 
+enum class bench_per { run, item }; /* what times are compared: of an iteration, or of an item it processed */
+
 struct bench_ratio {
     const char *what;
     const char *bound;
     const char *meaning;
+    bench_per per = bench_per::run;
 };
 
 /* For main(): the exit status. A ratio is printed when both of its benchmarks ran; of repeated ones their medians count. */

@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -52,29 +53,50 @@ child_process::~child_process()
     close(output_);
 }
 
-bool child_process::await_line(const std::string &text)
+bool child_process::read_more()
 {
-    std::string line;
-    char c;
-    while (read(output_, &c, 1) == 1) {
-        if (c != '\n') {
-            line += c;
+    char piece[65536];
+    const ssize_t got = read(output_, piece, sizeof piece);
+    if (got > 0)
+        unread_.append(piece, static_cast<size_t>(got));
+    return got > 0;
+}
+
+bool child_process::await_line(const std::string &text, std::vector<std::string> *lines)
+{
+    size_t begin = 0;
+    for (bool found = false; !found;) {
+        const size_t end = unread_.find('\n', begin);
+        if (end == std::string::npos) {
+            unread_.erase(0, std::exchange(begin, 0));
+            if (!read_more())
+                return false;
             continue;
         }
-        if (line.find(text) != std::string::npos)
-            return true;
-        line.clear();
+        const std::string line = unread_.substr(begin, end - begin);
+        begin = end + 1;
+        found = line.find(text) != std::string::npos;
+        if (lines)
+            lines->push_back(line);
     }
-    return false;
+    unread_.erase(0, begin);
+    return true;
 }
 
 std::string child_process::rest()
 {
-    std::string all;
-    char piece[4096];
-    for (ssize_t got; (got = read(output_, piece, sizeof piece)) > 0;)
-        all.append(piece, static_cast<size_t>(got));
-    return all;
+    while (read_more()) {
+    }
+    return std::move(unread_);
+}
+
+size_t child_process::resident() const
+{
+    std::ifstream status("/proc/" + std::to_string(pid_) + "/status");
+    for (std::string word; status >> word;)
+        if (size_t kib; word == "VmRSS:" && status >> kib)
+            return kib;
+    return 0;
 }
 
 void child_process::signal(int number) const

@@ -30,17 +30,22 @@ class child_process
 public:
     explicit child_process(const std::vector<std::string> &command);
     ~child_process();
-    /* Reads up to and with a line that contains the text; false when the output ends first. */
-    bool await_line(const std::string &text);
+    /* Reads up to and with a line that contains the text, and keeps the lines; false when the output ends first. */
+    bool await_line(const std::string &text, std::vector<std::string> *lines = nullptr);
     /* All the output up to the end. */
     std::string rest();
     void signal(int number) const;
+    /* Resident memory in KiB. */
+    size_t resident() const;
     /* Exit status, or minus the signal that ended it. */
     int wait();
 
 private:
+    bool read_more();
+
     int pid_;
     int output_;
+    std::string unread_;
 };
 
 /* Runs a program to its end. */

@@ -1,0 +1,103 @@
+/*
+ * Fetching the initial dump of a table, every route decoded, beside moving as many bytes over the bare channel, and two
+ * fetches at once beside one.
+ */
+#include <cstdlib>
+#include <thread>
+
+#include "bench_client.h"
+#include "ratios.h"
+#include "server/embed.h"
+
+namespace
+{
+constexpr unsigned table_batches = 24; /* about 20,000 routes */
+constexpr size_t told_route = 136 + 104 + 8;
+constexpr size_t fetch_sent = 280, fetch_answered = 524288;
+
+/* A server with a table, and consumers that ask for it anew for each fetch. */
+struct filled_server {
+    rib_embedded_server server{{.dir = bench_run_dir(), .msg_version = 1}};
+    bench_client client;
+    filled_server()
+    {
+        for (unsigned batches = table_batches; batches != 0; --batches)
+            if (client.send_full_batch(UINT32_MAX) <= 0)
+                std::abort();
+    }
+};
+
+class consumer
+{
+public:
+    consumer()
+    {
+        if (ipv6_rib_bind(&conn_) == -1)
+            std::abort();
+    }
+    ~consumer() { ipv6_rib_unbind(&conn_); }
+    consumer(const consumer &) = delete;
+    consumer &operator=(const consumer &) = delete;
+
+    /* Asks for the table and fetches all of it; the number of routes. */
+    size_t fetch_dump()
+    {
+        uint16_t count;
+        ipv6_rib_redist_batch_init(conn_, RIB_REDIST_ALL);
+        ipv6_rib_redist_batch_register(conn_, 1, IPV6_RIB_TABLE_DEFAULT, RIB_REDIST_ALL, 0, 0, &count);
+        ipv6_rib_redist_batch_finish(conn_, &count);
+        size_t routes = 0;
+        const rib_route_update_cb on_route = [](uint32_t, ipv6_routetype *route, void *number) {
+            benchmark::DoNotOptimize(route);
+            ++*static_cast<size_t *>(number);
+        };
+        if (ipv6_rib_fetch_update(conn_, &routes, nullptr, RIB_UPDATE_ROUTES, on_route, RIB_UPDATE_END) != 0)
+            std::abort();
+        return routes;
+    }
+
+private:
+    ipv6_rib_conn_p conn_ = nullptr;
+};
+
+/* One item is a route, so that rates compare. */
+void bare_channel_fetch(benchmark::State &state)
+{
+    bench_bare_channel(state, fetch_sent, fetch_answered, fetch_answered / told_route);
+}
+BENCHMARK(bare_channel_fetch)->UseRealTime();
+
+void fetch(benchmark::State &state)
+{
+    filled_server filled;
+    consumer one;
+    size_t routes = 0;
+    for (auto _ : state)
+        routes += one.fetch_dump();
+    state.SetItemsProcessed(static_cast<int64_t>(routes));
+}
+BENCHMARK(fetch)->UseRealTime();
+
+void two_fetches(benchmark::State &state)
+{
+    filled_server filled;
+    consumer first, second;
+    size_t routes = 0;
+    for (auto _ : state) {
+        size_t beside = 0;
+        std::thread other([&] { beside = second.fetch_dump(); });
+        routes += first.fetch_dump();
+        other.join();
+        routes += beside;
+    }
+    state.SetItemsProcessed(static_cast<int64_t>(routes));
+}
+BENCHMARK(two_fetches)->UseRealTime();
+} // namespace
+
+int main(int argc, char **argv)
+{
+    return run_benchmarks(argc, argv,
+                          {{"fetch", "bare_channel_fetch", "a route, with the bytes it takes", bench_per::item},
+                           {"two_fetches", "fetch", "a route, two consumers at once beside one", bench_per::item}});
+}
