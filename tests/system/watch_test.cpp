@@ -9,6 +9,13 @@
 
 namespace
 {
+/* A sanitizer keeps freed memory for a while. */
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool memory_is_told = false;
+#else
+constexpr bool memory_is_told = true;
+#endif
+
 using lines_td = std::vector<std::string>;
 
 /* What a watch told, replayed: the prefixes that are left. */
@@ -109,7 +116,9 @@ TEST_F(watching, catches_up_after_it_was_stopped_and_costs_the_server_little)
         send(producer, 0, prefixes, round % 2 == 0, round % 4 ? "fe80::1" : "fe80::3");
         EXPECT_EQ(other.lookup("2001::1") == "none", round % 2 == 0); // nobody else is held up
     }
-    EXPECT_LT(ribd.resident(), before + 4096); // 200,000 changes; an entry of the queue for each prefix
+    if (memory_is_told) {
+        EXPECT_LT(ribd.resident(), before + 4096); // 200,000 changes; an entry of the queue for each prefix
+    }
     watch.signal(SIGCONT);
     await_last(producer, &watch, &lines);
     EXPECT_EQ(replayed(lines).size(), prefixes + 1);
