@@ -65,11 +65,16 @@ void rib_client_take_messages(rib_fetch_pass &pass, uint8_t *begin, uint8_t *end
     }
 }
 
+static void report_invalid()
+{
+    rib_log_fetch_update("Invalid update message");
+}
+
 /* Whether so many bytes were there; it is reported when they were not. */
 static bool holds(size_t len, size_t least)
 {
     if (len < least)
-        rib_log_fetch_update("Invalid update message");
+        report_invalid();
     return len >= least;
 }
 
@@ -83,7 +88,9 @@ static rib_tlv_t *record_of(const rib_update_info_t &info, size_t least)
     if (!holds(len, least) || !holds(info.ui_payload_len, RIB_TLV_HEADER_SIZE + size_t{len}))
         return nullptr;
     rib_tlv_t *record = rib_tlv_strip(&at);
-    return record ? record : (holds(0, 1), nullptr);
+    if (!record)
+        report_invalid();
+    return record;
 }
 
 /* The same, its value as a record of fixed shape in host order. */
@@ -101,7 +108,7 @@ template <class value_td> static value_td *value_of(const rib_update_info_t &inf
 static void report(errcode parsed)
 {
     if (parsed == EBADMSG)
-        rib_log_fetch_update("Invalid update message");
+        report_invalid();
 }
 
 static void tell_routes(const rib_fetch_pass &pass, const rib_update_info_t &info, int type)
