@@ -25,16 +25,6 @@ static bool suits(rib_server &server, const rib_route &route, uint32_t interface
            (interface == 0 || std::any_of(route.paths.begin(), route.paths.end(), is_there));
 }
 
-/* The best route that makes an address one of this router's own, there; or NULL. */
-static const rib_route *own_route(rib_server &server, const rib_table &table, const rib_prefix &addr, uint32_t interface)
-{
-    const rib_route *best = nullptr;
-    for (const rib_route *route = table.exact(addr)->second.get(); route; route = route->next.get())
-        if (suits(server, *route, interface) && (!best || rib_route_better(*route, *best)))
-            best = route;
-    return best;
-}
-
 /* The addresses that share exactly so many bits with this one: a bit is another, and what follows is free. */
 static rib_prefix group_of(const rib_prefix &addr, unsigned common)
 {
@@ -54,11 +44,12 @@ struct choice_td {
 static choice_td choose(rib_server &server, const rib_table &table, const rib_prefix &destination, uint32_t interface)
 {
     const auto &own = table.local_addresses();
+    const auto is_wanted = [&](const rib_route &route) { return suits(server, route, interface); };
     for (unsigned common = RIB_ADDR_BITS + 1; common-- != 0;) {
         const rib_prefix group = group_of(destination, common);
         for (auto at = own.lower_bound(group); at != own.end() && rib_prefix_covers(group, *at); ++at)
             if (has_link_scope(*at) == has_link_scope(destination) && !rib_prefix_covers(MULTICAST, *at))
-                if (const rib_route *route = own_route(server, table, *at, interface))
+                if (const rib_route *route = rib_best_where(*table.exact(*at), is_wanted))
                     return {*at, route};
     }
     return {};

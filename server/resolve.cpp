@@ -77,20 +77,12 @@ uint32_t rib_kind_of(rib_server &server, const rib_route &route)
     return server.protocols.find(route.protoid)->words[0];
 }
 
-static const rib_route *best_of_kind(rib_server &server, const rib_table::entry_td &entry, uint32_t kind)
-{
-    const rib_route *best = nullptr;
-    for (const rib_route *route = entry.second.get(); route; route = route->next.get())
-        if (rib_kind_of(server, *route) == kind && (!best || rib_route_better(*route, *best)))
-            best = route;
-    return best;
-}
-
 rib_cover rib_covering(rib_server &server, const rib_table &table, const rib_prefix &addr, uint32_t kind)
 {
+    const auto is_of_kind = [&](const rib_route &route) { return rib_kind_of(server, route) == kind; };
     const rib_table::entry_td *entry = table.longest(addr, 0, RIB_ADDR_BITS);
     while (entry) {
-        if (const rib_route *route = best_of_kind(server, *entry, kind))
+        if (const rib_route *route = rib_best_where(*entry, is_of_kind))
             return {entry, route};
         entry = entry->first.len ? table.longest(addr, 0, entry->first.len - 1u) : nullptr;
     }

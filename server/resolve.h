@@ -45,6 +45,16 @@ inline uint32_t rib_interface_told(uint32_t interface)
     return interface ? interface : RIB_INTERFACE_NONE;
 }
 
+/* The best of an entry's routes for which wanted() answers true, or NULL. */
+template <class wanted_t> const rib_route *rib_best_where(const rib_table::entry_td &entry, wanted_t wanted)
+{
+    const rib_route *best = nullptr;
+    for (const rib_route *route = entry.second.get(); route; route = route->next.get())
+        if (wanted(*route) && (!best || rib_route_better(*route, *best)))
+            best = route;
+    return best;
+}
+
 /* RIB_PROTO_KIND_* of the protocol of a route. */
 uint32_t rib_kind_of(rib_server &server, const rib_route &route);
 /* The longest prefix covering the address that has a route of that kind, best or not, and the best one of that kind there. */

@@ -3,6 +3,8 @@
  */
 #include "next_hop.h"
 
+#include <climits>
+
 #include "../rib_addr.h"
 #include "ip/rib/wire/next_hop.h"
 #include "redist.h"
@@ -54,7 +56,7 @@ static bool data_fit(rib_check_reply_td *reply, uint32_t reply_size)
 {
     if (reply->ck_data_len == 0)
         return true;
-    if (reply->ck_data_len > reply_size - sizeof *reply)
+    if (reply->ck_data_len > reply_size - sizeof *reply || reply->ck_data_len > INT_MAX) // the result is an int
         return false;
     uint8_t *list = reinterpret_cast<uint8_t *>(reply + 1);
     if (!rib_tlv_list_fits(list, reinterpret_cast<uint8_t *>(reply) + reply_size))
