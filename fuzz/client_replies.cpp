@@ -215,6 +215,20 @@ static void look_at(const void *bytes, size_t len)
         seen = static_cast<const uint8_t *>(bytes)[at];
 }
 
+/* More than one message of a batch, and a registration that is answered at once. */
+static void follow_next_hops(ipv6_rib_conn_p conn)
+{
+    ipv6_rib_nh_batch_init(conn, 0);
+    for (uint32_t number = 0; number < 100; ++number)
+        ipv6_rib_nh_batch_register(conn, 1, TABLE, &address, 0, number);
+    ipv6_rib_nh_batch_register_converge(conn, TABLE);
+    ipv6_rib_nh_batch_finish(conn);
+    rib_next_hop_update told = {};
+    ipv6_rib_nh_batch_sync_register(conn, TABLE, &address, 0, 0, &told);
+    look_at(&told, sizeof told);
+    ipv6_rib_nh_batch_free(conn);
+}
+
 /* Every pass gets the same reply: three of them, the second and third over what the one before has left. */
 static void fetch(ipv6_rib_conn_p conn)
 {
@@ -238,8 +252,8 @@ static void fetch(ipv6_rib_conn_p conn)
     errcode err;
     ipv6_rib_fetch_update(conn, nullptr, &err, RIB_UPDATE_PASS_LIMIT, 3, RIB_UPDATE_ROUTES, route, RIB_UPDATE_CB_3, value,
                           RIB_UPDATE_NEXT_HOP, next_hop, RIB_UPDATE_DUMP_END, words, RIB_UPDATE_DUMPS_COMPLETE, word,
-                          RIB_UPDATE_CB_7, state, RIB_UPDATE_ROUTES_8, route, RIB_UPDATE_CB_9, payload, RIB_UPDATE_CB_10, word,
-                          RIB_UPDATE_SOURCE_MARKER, marker, RIB_UPDATE_CB_14, list, RIB_UPDATE_PROTOCOLS, proto,
+                          RIB_UPDATE_CB_7, state, RIB_UPDATE_ROUTES_8, route, RIB_UPDATE_CB_9, payload, RIB_UPDATE_NEXT_HOPS_TOLD,
+                          word, RIB_UPDATE_SOURCE_MARKER, marker, RIB_UPDATE_CB_14, list, RIB_UPDATE_PROTOCOLS, proto,
                           RIB_UPDATE_OPAQUE, bytes, RIB_UPDATE_GRID, bytes, RIB_UPDATE_CB_21, bytes, RIB_UPDATE_CB_24, bytes,
                           RIB_UPDATE_STATE, record, RIB_UPDATE_END);
 }
@@ -276,7 +290,9 @@ static void (*const operations[])(ipv6_rib_conn_p) = {
     check,
     fetch,
     fetch, /* in format 1 */
+    follow_next_hops,
 };
+constexpr size_t FETCH_IN_FORMAT_1 = 20;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
@@ -286,6 +302,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     reply_bytes = data + 1;
     reply_len = size - 1;
     const size_t operation = data[0] % std::size(operations);
-    operations[operation](operation == std::size(operations) - 1 ? conn_format_1 : conn);
+    operations[operation](operation == FETCH_IN_FORMAT_1 ? conn_format_1 : conn);
     return 0;
 }

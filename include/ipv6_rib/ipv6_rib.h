@@ -12,6 +12,7 @@
 #include <ipv6_rib/errors.h>
 #include <ipv6_rib/messages.h>
 #include <ipv6_rib/next_hop.h>
+#include <ipv6_rib/next_hop_batch.h>
 #include <ipv6_rib/protocol.h>
 #include <ipv6_rib/redist_batch.h>
 #include <ipv6_rib/redistribution.h>

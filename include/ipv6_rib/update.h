@@ -1,11 +1,12 @@
 /*
- * Updates: what the server has queued for this client since it asked for redistribution (redistribution.h, redist_batch.h).
+ * Updates: what the server has queued for this client, which asked for redistribution (redistribution.h, redist_batch.h) or
+ * registered next hops (next_hop_batch.h).
  * The event of the connection fires when the queue is no longer empty; a fetch then brings all of it, in passes of up to
  * 512 KiB, and hands it to the callbacks that the caller names.
  *
  * Which messages there are is the server's business. The reference server sends routes (RIB_UPDATE_ROUTES), the end of an
- * initial dump (RIB_UPDATE_DUMP_END), markers of a source (RIB_UPDATE_SOURCE_MARKER) and protocols (RIB_UPDATE_PROTOCOLS); see
- * docs/wire.md.
+ * initial dump (RIB_UPDATE_DUMP_END), markers of a source (RIB_UPDATE_SOURCE_MARKER), protocols (RIB_UPDATE_PROTOCOLS), next hops
+ * that were registered (RIB_UPDATE_NEXT_HOP), and that all of a table are told (RIB_UPDATE_NEXT_HOPS_TOLD); see docs/wire.md.
  */
 #ifndef IPV6_RIB_UPDATE_H
 #define IPV6_RIB_UPDATE_H
@@ -16,29 +17,29 @@ IPV6_RIB_BEGIN
 
 /* Types in the callback list of a fetch. Behind each but the last stands a value: a function of the type below, a pointer's
  * width, or a uint32_t. A type may be left out; what has no callback is skipped. */
-#define RIB_UPDATE_ROUTES 1         /* rib_route_update_cb */
-#define RIB_UPDATE_CB_3 3           /* rib_value_update_cb */
-#define RIB_UPDATE_NEXT_HOP 4       /* rib_next_hop_update_cb */
-#define RIB_UPDATE_DUMP_END 5       /* rib_words_update_cb */
-#define RIB_UPDATE_DUMPS_COMPLETE 6 /* rib_word_update_cb */
-#define RIB_UPDATE_CB_7 7           /* rib_state_update_cb */
-#define RIB_UPDATE_ROUTES_8 8       /* rib_route_update_cb */
-#define RIB_UPDATE_CB_9 9           /* rib_payload_update_cb */
-#define RIB_UPDATE_CB_10 10         /* rib_word_update_cb */
-#define RIB_UPDATE_PASS_LIMIT 11    /* uint32_t: passes at most; 0 for no limit */
-#define RIB_UPDATE_CB_12 12         /* rib_value_update_cb */
-#define RIB_UPDATE_SOURCE_MARKER 13 /* rib_marker_update_cb */
-#define RIB_UPDATE_CB_14 14         /* rib_list_update_cb */
-#define RIB_UPDATE_PROTOCOLS 15     /* rib_proto_update_cb */
-#define RIB_UPDATE_OPAQUE 16        /* rib_bytes_update_cb */
-#define RIB_UPDATE_PASS_END 17      /* rib_pass_update_cb: after each pass */
-#define RIB_UPDATE_PASS_FLAG_2 18   /* rib_pass_update_cb: after a pass in which an initial dump ended */
-#define RIB_UPDATE_PASS_STOP 19     /* rib_pass_update_cb: after a pass that the server wants to be the last one */
-#define RIB_UPDATE_GRID 20          /* rib_bytes_update_cb */
-#define RIB_UPDATE_CB_21 21         /* rib_bytes_update_cb */
-#define RIB_UPDATE_CB_24 24         /* rib_bytes_update_cb */
-#define RIB_UPDATE_STATE 26         /* rib_state_record_cb */
-#define RIB_UPDATE_END 254          /* ends the list */
+#define RIB_UPDATE_ROUTES 1          /* rib_route_update_cb */
+#define RIB_UPDATE_CB_3 3            /* rib_value_update_cb */
+#define RIB_UPDATE_NEXT_HOP 4        /* rib_next_hop_update_cb */
+#define RIB_UPDATE_DUMP_END 5        /* rib_words_update_cb */
+#define RIB_UPDATE_DUMPS_COMPLETE 6  /* rib_word_update_cb */
+#define RIB_UPDATE_CB_7 7            /* rib_state_update_cb */
+#define RIB_UPDATE_ROUTES_8 8        /* rib_route_update_cb */
+#define RIB_UPDATE_CB_9 9            /* rib_payload_update_cb */
+#define RIB_UPDATE_NEXT_HOPS_TOLD 10 /* rib_word_update_cb */
+#define RIB_UPDATE_PASS_LIMIT 11     /* uint32_t: passes at most; 0 for no limit */
+#define RIB_UPDATE_CB_12 12          /* rib_value_update_cb */
+#define RIB_UPDATE_SOURCE_MARKER 13  /* rib_marker_update_cb */
+#define RIB_UPDATE_CB_14 14          /* rib_list_update_cb */
+#define RIB_UPDATE_PROTOCOLS 15      /* rib_proto_update_cb */
+#define RIB_UPDATE_OPAQUE 16         /* rib_bytes_update_cb */
+#define RIB_UPDATE_PASS_END 17       /* rib_pass_update_cb: after each pass */
+#define RIB_UPDATE_PASS_FLAG_2 18    /* rib_pass_update_cb: after a pass in which an initial dump ended */
+#define RIB_UPDATE_PASS_STOP 19      /* rib_pass_update_cb: after a pass that the server wants to be the last one */
+#define RIB_UPDATE_GRID 20           /* rib_bytes_update_cb */
+#define RIB_UPDATE_CB_21 21          /* rib_bytes_update_cb */
+#define RIB_UPDATE_CB_24 24          /* rib_bytes_update_cb */
+#define RIB_UPDATE_STATE 26          /* rib_state_record_cb */
+#define RIB_UPDATE_END 254           /* ends the list */
 
 /*
  * Callbacks. word is the first word of the message, from the reference server the table; context is that of the fetch. What
@@ -49,7 +50,8 @@ IPV6_RIB_BEGIN
 typedef void (*rib_route_update_cb)(uint32_t word, struct ipv6_routetype *route, void *context);
 /* RIB_UPDATE_CB_3: 72 bytes. RIB_UPDATE_CB_12: the payload, whose length is not told and may be 0. */
 typedef void (*rib_value_update_cb)(uint32_t word, void *value, void *context);
-typedef void (*rib_next_hop_update_cb)(uint32_t word, void *value, void *context, uint32_t word_80);
+/* A rib_next_hop_update of next_hop_batch.h, and its nu_value. */
+typedef void (*rib_next_hop_update_cb)(uint32_t word, void *value, void *context, uint32_t nu_value);
 /* End of an initial dump: second is 1 when no other dump of this client is under way, third the source, RIB_PROTOID_NONE for
  * a dump of the whole table. */
 typedef void (*rib_words_update_cb)(uint32_t word, uint32_t second, uint32_t third, void *context);

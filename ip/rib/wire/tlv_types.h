@@ -17,6 +17,7 @@ enum rib_tlv_type_t : uint16_t {
     RIB_TLV_ROUTE_ATTR_10 = 10,
     RIB_TLV_ROUTE_ATTR_11 = 11,
     RIB_TLV_ROUTE_ATTR_15 = 15,
+    RIB_TLV_NEXT_HOP = 30,
     RIB_TLV_BIND_OPTION = 44,
     RIB_TLV_BIND_REPLY = 104,
 };

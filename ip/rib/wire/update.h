@@ -57,7 +57,7 @@ enum rib_update_type : uint16_t {
     RIB_UPD_9 = 9,
     RIB_UPD_ROUTES_10 = 10,
     RIB_UPD_11 = 11,
-    RIB_UPD_12 = 12,
+    RIB_UPD_NEXT_HOPS_TOLD = 12,
     RIB_UPD_13 = 13,
     RIB_UPD_SOURCE_MARKER = 14,
     RIB_UPD_15 = 15,
@@ -105,21 +105,3 @@ struct RIB_PACKED rib_upd_9_td {
                           &rib_upd_9_td::u9_word_32, &rib_upd_9_td::u9_word_256>;
 };
 static_assert(sizeof(rib_upd_9_td) == 264 && offsetof(rib_upd_9_td, u9_word_256) == 256);
-/* A next hop as it is told: in updates, and in the reply to a synchronous registration. */
-struct RIB_PACKED rib_nh_told_td {
-    uint32_t nt_word_0;      //  0
-    uint8_t nt_bytes_4[20];  //  4
-    uint16_t nt_u16_24[2];   // 24
-    uint8_t nt_bytes_28[20]; // 28
-    uint32_t nt_word_48;     // 48
-    uint16_t nt_u16_52[2];   // 52
-    uint32_t nt_words_56[4]; // 56
-    uint32_t nt_word_72;     // 72
-    uint32_t nt_word_76;     // 76
-    uint32_t nt_word_80;     // 80
-    uint16_t nt_u16_84[2];   // 84
-    using net = rib_net_t<&rib_nh_told_td::nt_word_0, &rib_nh_told_td::nt_u16_24, &rib_nh_told_td::nt_word_48,
-                          &rib_nh_told_td::nt_u16_52, &rib_nh_told_td::nt_words_56, &rib_nh_told_td::nt_word_72,
-                          &rib_nh_told_td::nt_word_76, &rib_nh_told_td::nt_word_80, &rib_nh_told_td::nt_u16_84>;
-};
-static_assert(sizeof(rib_nh_told_td) == 88);

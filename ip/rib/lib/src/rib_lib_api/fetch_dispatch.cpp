@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "fetch.h"
+#include "ip/rib/wire/next_hop_batch.h"
 #include "ip/rib/wire/update.h"
 #include "messages.h"
 #include "route_decode.h"
@@ -129,7 +130,7 @@ static void tell_next_hop(const rib_fetch_pass &pass, const rib_update_info_t &i
 {
     if (const auto callback = pass.list.get<rib_next_hop_update_cb>(RIB_UPDATE_NEXT_HOP))
         if (auto *value = value_of<rib_nh_told_td>(info))
-            callback(info.ui_word, value, pass.context, value->nt_word_80);
+            callback(info.ui_word, value, pass.context, value->nu_value);
 }
 
 static void tell_dumps_complete(const rib_fetch_pass &pass, const rib_update_info_t &info)
@@ -259,8 +260,8 @@ void rib_client_dispatch_message(rib_fetch_pass &pass, const rib_update_info_t &
         return tell_routes(pass, info, RIB_UPDATE_ROUTES_8);
     case RIB_UPD_11:
         return tell_four_words(pass, info);
-    case RIB_UPD_12:
-        if (const auto callback = pass.list.get<rib_word_update_cb>(RIB_UPDATE_CB_10))
+    case RIB_UPD_NEXT_HOPS_TOLD:
+        if (const auto callback = pass.list.get<rib_word_update_cb>(RIB_UPDATE_NEXT_HOPS_TOLD))
             callback(info.ui_word, pass.context);
         return;
     case RIB_UPD_13:
