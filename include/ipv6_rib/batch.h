@@ -16,10 +16,25 @@ typedef struct rib_batch_buffer rib_batch_buffer;
 
 /* What an operation that adds to a buffer returns. */
 typedef enum rib_batch_buffer_result {
-    RIB_BATCH_BUFFER_ERROR = -1,         /* nothing was added: no buffer, no room, no current route, or a refused value */
-    RIB_BATCH_BUFFER_OK = 1,             /* added */
-    RIB_BATCH_BUFFER_FULL = 2,           /* added, but send now: the last record waits for the next message */
-    RIB_BATCH_BUFFER_TOO_MANY_ITEMS = 4, /* more than 8 items in an array; nothing was added */
+    RIB_BATCH_BUFFER_ERROR = -1, /* nothing was added: no buffer, no room, no current route, or a refused value */
+    RIB_BATCH_BUFFER_OK = 1,     /* added */
+    RIB_BATCH_BUFFER_FULL = 2,   /* added, but send now: the last record waits for the next message */
+    /* Refused, and nothing was added; the names say which value it was. */
+    RIB_BATCH_BUFFER_TOO_MANY_ITEMS = 4,        /* more than 8 items in an array */
+    RIB_BATCH_BUFFER_TOO_MANY_NNH = 5,          /* more than 512 next-next-hops */
+    RIB_BATCH_BUFFER_INVALID_INTF = 6,          /* interface 0 */
+    RIB_BATCH_BUFFER_TOO_MANY_SIDS = 7,         /* more than 24 SIDs */
+    RIB_BATCH_BUFFER_INVALID_TRANSIT_FUNC = 8,  /* no headend behaviour */
+    RIB_BATCH_BUFFER_TOO_MANY_ALGO_LABELS = 10, /* more than 256 labels */
+    RIB_BATCH_BUFFER_NOT_IID_TABLE = 13,        /* the current table may have no IID request */
+    RIB_BATCH_BUFFER_ATTR_CONFLICT = 14,        /* the route has an attribute that excludes it */
+    RIB_BATCH_BUFFER_ATTR_DUPLICATE = 15,       /* the route has this attribute */
+    RIB_BATCH_BUFFER_SID_INTEROP_FAILED = 18,   /* a SID format that does not exist */
+    RIB_BATCH_BUFFER_INVALID_OPCODE = 22,       /* of a SID request */
+    RIB_BATCH_BUFFER_INVALID_SID_REQ = 23,      /* a SID request without a function */
+    RIB_BATCH_BUFFER_NOT_ZERO_PREFIX = 24,      /* a SID request on a route other than :: */
+    RIB_BATCH_BUFFER_INVALID_TUNNEL = 25,       /* network identifiers that differ */
+    RIB_BATCH_BUFFER_INVALID_SL_ID = 26,        /* a segment list of another kind */
 } rib_batch_buffer_result;
 
 /**
@@ -65,21 +80,21 @@ IPV6_RIB_API int ipv6_rib_batch_buffer_route_fits(const rib_batch_buffer *buffer
 /** 1 when a table with that many routes, and paths in sum, fits without attributes, else 0; 0 for NULL. */
 IPV6_RIB_API int ipv6_rib_batch_buffer_table_fits(const rib_batch_buffer *buffer, uint16_t paths, uint16_t routes);
 
-/* What a route with its paths and attributes will need. */
+/* What a route with its paths and attributes (attributes.h) will need: how many of each, or whether it is there. */
 typedef struct rib_batch_sizes {
     uint16_t paths;       /*  0 */
-    uint16_t items_64;    /*  2 64 bytes each */
-    uint16_t items_32;    /*  4 items of 32 bytes of one array */
-    uint16_t items_8;     /*  6 */
-    uint16_t items_12;    /*  8 */
-    uint16_t items_16;    /* 10 */
-    uint16_t items_4;     /* 12 */
-    uint16_t items_24[3]; /* 14 */
-    uint32_t has_168;     /* 20 flags: is a value of so many bytes there? */
-    uint32_t has_256;     /* 24 */
-    uint32_t has_4[2];    /* 28 one value of 4 bytes for either or both */
-    uint32_t has_1;       /* 36 */
-    uint32_t has_24;      /* 40 */
+    uint16_t items_64;    /*  2 paths with binding label, trailing blocks or more than one attribute: 64 bytes of reserve */
+    uint16_t items_32;    /*  4 SIDs of a list */
+    uint16_t items_8;     /*  6 extended communities and next-next-hops */
+    uint16_t items_12;    /*  8 labels by algorithm */
+    uint16_t items_16;    /* 10 layer-2 information of paths */
+    uint16_t items_4;     /* 12 interfaces and groups */
+    uint16_t items_24[3]; /* 14 SIDs that paths lead through, tunnels, forwarding tables that paths lead through */
+    uint32_t has_168;     /* 20 a request for an IID */
+    uint32_t has_256;     /* 24 a request for a SID */
+    uint32_t has_4[2];    /* 28 an algorithm; another value of 4 bytes */
+    uint32_t has_1;       /* 36 layer-2 information */
+    uint32_t has_24;      /* 40 a forwarding table */
 } rib_batch_sizes;
 /** 1 when a route of that size fits, else 0; 0 when an argument is NULL. */
 IPV6_RIB_API int ipv6_rib_batch_buffer_route_fits2(const rib_batch_buffer *buffer, const rib_batch_sizes *sizes);

@@ -91,23 +91,24 @@ IPV6_RIB_API rib_batch_buffer_result ipv6_rib_batch_buffer_add_path3(rib_batch_b
                                                                      uint32_t value20, uint16_t value16, uint32_t value24,
                                                                      uint32_t label, const void *attr_array);
 
-/* What the two path-opening functions read. */
+/* What the two path-opening functions read. Room is kept for what it announces; attributes that it does not announce are refused
+ * only when there is none. */
 typedef struct rib_batch_path_init_in {
     uint32_t pi_u32_0;                 /*  0 interface */
     uint32_t pi_unused_4[3];           /*  4 */
     uint32_t pi_u32_16;                /* 16 table of the next hop */
     uint32_t pi_u32_20;                /* 20 given back with the path */
     ip_rib_qlfd_addr_td pi_infosource; /* 24 for added paths */
-    uint32_t pi_count_a;               /* 40 8-byte items expected in one array attribute */
-    uint16_t pi_count_b;               /* 44 8-byte items expected in a second */
-    uint16_t pi_count_c;               /* 46 32-byte items expected */
-    uint8_t pi_flags;                  /* 48 RIB_PATH_INIT_*: values expected */
+    uint32_t pi_count_a;               /* 40 next-next-hops that will be set */
+    uint16_t pi_count_b;               /* 44 extended communities */
+    uint16_t pi_count_c;               /* 46 SIDs */
+    uint8_t pi_flags;                  /* 48 RIB_PATH_INIT_*: what else will be set */
 } rib_batch_path_init_in;
-#define RIB_PATH_INIT_16 0x02
-#define RIB_PATH_INIT_24_A 0x04
-#define RIB_PATH_INIT_4 0x08
-#define RIB_PATH_INIT_24_B 0x10
-#define RIB_PATH_INIT_24_C 0x20
+#define RIB_PATH_INIT_16 0x02   /* layer-2 information */
+#define RIB_PATH_INIT_24_A 0x04 /* SID that the path leads through */
+#define RIB_PATH_INIT_4 0x08    /* interface or group */
+#define RIB_PATH_INIT_24_B 0x10 /* tunnel */
+#define RIB_PATH_INIT_24_C 0x20 /* forwarding table */
 
 /** Opens an added path of the current route. in is required. OK or ERROR (no current route, 2,048 paths, no room). */
 IPV6_RIB_API rib_batch_buffer_result ipv6_rib_batch_buffer_add_path_init(rib_batch_buffer *buffer, const in6_addr_t *nexthop,

@@ -62,16 +62,16 @@ IPV6_RIB_API int ipv6_rib_batch_proto_buffer_send(ipv6_rib_conn_p conn, rib_batc
 
 /* Result of a route; pr_path_count path results of 280 bytes follow it. */
 typedef struct __attribute__((packed)) rib_batch_route_out {
-    uint8_t ro_type;           /*   0 RIB_BATCH_OUT_ROUTE */
-    uint8_t ro_prefix_len;     /*   1 */
-    uint8_t ro_unused_2[2];    /*   2 */
-    uint16_t ro_path_count;    /*   4 */
-    uint8_t ro_unused_6[42];   /*   6 */
-    uint8_t ro_prefix[16];     /*  48 */
-    uint8_t ro_unused_64[256]; /*  64 */
-    uint64_t ro_version;       /* 320 grows with every change of the table */
-    int32_t ro_result;         /* 328 RIB_RESULT_* */
-    uint32_t ro_flags;         /* 332 RIB_ROUTE_* of route.h */
+    uint8_t ro_type;         /*   0 RIB_BATCH_OUT_ROUTE */
+    uint8_t ro_prefix_len;   /*   1 */
+    uint8_t ro_unused_2[2];  /*   2 */
+    uint16_t ro_path_count;  /*   4 */
+    uint8_t ro_unused_6[42]; /*   6 */
+    uint8_t ro_prefix[16];   /*  48 */
+    uint8_t ro_answer[256];  /*  64 to a request of the route: a rib_batch_request_answer of srv6.h; zero without one */
+    uint64_t ro_version;     /* 320 grows with every change of the table */
+    int32_t ro_result;       /* 328 RIB_RESULT_* */
+    uint32_t ro_flags;       /* 332 RIB_ROUTE_* of route.h */
 } rib_batch_route_out;
 
 /* Result of an added path (po_type 1). */

@@ -5,6 +5,7 @@
 #define IPV6_RIB_IPV6_RIB_H
 
 #include <ipv6_rib/address.h>
+#include <ipv6_rib/attributes.h>
 #include <ipv6_rib/batch.h>
 #include <ipv6_rib/batch_route.h>
 #include <ipv6_rib/batch_send.h>
@@ -20,6 +21,7 @@
 #include <ipv6_rib/route_change.h>
 #include <ipv6_rib/route_fetch.h>
 #include <ipv6_rib/route_inspect.h>
+#include <ipv6_rib/srv6.h>
 #include <ipv6_rib/types.h>
 #include <ipv6_rib/update.h>
 

@@ -36,7 +36,8 @@ typedef uint16_t rib_protoid_td;
 /* Table identifier. */
 typedef uint32_t rib_tableid_td;
 #define IPV6_RIB_TABLE_DEFAULT ((rib_tableid_td)0xE0800000) /* the unicast table that every router has */
-#define IPV6_RIB_TABLE_IID ((rib_tableid_td)0xE0803FFF)     /* interface identifiers */
+#define IPV6_RIB_TABLE_IID ((rib_tableid_td)0xE0803FFF)     /* IIDs that were given out, see srv6.h */
+#define IPV6_RIB_TABLE_SID ((rib_tableid_td)0xE0803FFE)     /* SRv6 SIDs that were given out */
 
 typedef struct in6_addr in6_addr_t;
 

@@ -18,7 +18,7 @@ struct range_td {
     srv6_end_func_type first;
     srv6_end_func_type last;
 };
-static constexpr range_td end_functions[] = {{1, 12},  {14, 24},   {27, 39},   {43, 50},  {52, 59},
+static constexpr range_td end_functions[] = {{1, 12},  {14, 24},   {27, 39},   {43, 50},  {52, 68},
                                              {85, 95}, {101, 112}, {114, 124}, {127, 139}};
 
 int srv6_end_func_type_is_valid(srv6_end_func_type type)

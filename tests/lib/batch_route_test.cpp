@@ -19,18 +19,6 @@ bytes_t attr_array(uint16_t count)
     return array;
 }
 
-rib_batch_path_init_in path_init()
-{
-    rib_batch_path_init_in in = {};
-    in.pi_u32_0 = 0x51525354;
-    in.pi_unused_4[0] = in.pi_unused_4[1] = in.pi_unused_4[2] = 0xe1e2e3e4;
-    in.pi_u32_16 = 0x61626364;
-    in.pi_u32_20 = 0x71727374;
-    in.pi_infosource.afi = 2;
-    in.pi_infosource.addr.v6 = &SOURCE;
-    return in;
-}
-
 rib_batch_buffer_result add_path2(rib_batch_buffer *b, uint32_t label, const void *array)
 {
     return ipv6_rib_batch_buffer_add_path2(b, 0x11121314, 0x0102030405060708, &NEXTHOP, 0x51525354, &SOURCE, 0x21222324, 0x4142,
@@ -45,16 +33,6 @@ rib_batch_buffer_result add_path3(rib_batch_buffer *b, uint32_t afi, const void 
         from.addr.v6 = static_cast<const in6_addr *>(source);
     return ipv6_rib_batch_buffer_add_path3(b, 0x11121314, 0x0102030405060708, &NEXTHOP, 0x51525354, 0x21222324, from, 0x31323334,
                                            0x4142, 0x61626364, 0x000abcde, nullptr);
-}
-rib_batch_buffer_result add_path_init(rib_batch_buffer *b)
-{
-    const rib_batch_path_init_in in = path_init();
-    return ipv6_rib_batch_buffer_add_path_init(b, &NEXTHOP, &in);
-}
-rib_batch_buffer_result del_path_init(rib_batch_buffer *b)
-{
-    const rib_batch_path_init_in in = path_init();
-    return ipv6_rib_batch_buffer_del_path_init(b, &NEXTHOP, &in);
 }
 /* Opens a path and finishes it. */
 template <step_t init, step_t done> rib_batch_buffer_result in_steps(rib_batch_buffer *b)
@@ -130,10 +108,7 @@ std::string added(const char *label_bit, const char *words, const std::string &b
            "00*8 00100001 @80 00000200 @152 11121314 @160 " + NEXTHOP_BYTES + behind;
 }
 const std::string FROM_V6 = std::string("@184 ") + SOURCE_BYTES + "@224 02";
-const std::string OPENED = std::string("01 @28 00100001 00100001 00100001 00100001 @152 51525354 @160 ") + NEXTHOP_BYTES +
-                           "61626364" + "@184 " + SOURCE_BYTES + "71727374 @224 02 @280";
 const std::string WITHDRAWN = std::string("@40 0002 @112 11121314 @120 ") + NEXTHOP_BYTES;
-const std::string WITHDRAWAL = std::string("02 @40 0002 @112 51525354 @120 ") + NEXTHOP_BYTES + "61626364 @160 71727374 @280";
 
 struct path_case_t {
     const char *name;

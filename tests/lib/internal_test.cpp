@@ -31,40 +31,6 @@ struct attributes {
     }
 };
 
-TEST_F(internal, attribute_values_by_type)
-{
-    struct {
-        unsigned type;
-        const char *value, *length, *entry; /* as the caller gives it; length and value as they stand, host order */
-    } const cases[] = {
-        {1, "0200 a1a2 01*8 02*8", "1400", "0200 a1a2 01*8 02*8"},
-        {2, "0200 a1a2 01*8 02*8", "1400", "0200 0000 01*8 02*8"},
-        {3, "11121314", "0400", "11121314"},
-        {4, "02 a1a2a3 21222324 b1*8 01*32 b2*8 b3*8 02*32 b4*8", "5000", "02 000000 21222324 00*8 01*32 02*32"},
-        {5, "05*40", "2800", "05*40"},
-        {6, "06*16", "1000", "06*16"},
-        {7, "07*24", "1800", "07*24"},
-        {9, "09*4", "0400", "09*4"},
-        {10, "0a*24", "1800", "0a*24"},
-        {11, "0b*24", "1800", "0b*24"},
-        {12, "0c*8", "0800", "0c*8"},
-        {13, "a1a2 0100 0d*12", "1000", "0000 0100 0d*12"},
-        {14, "0e*256", "0001", "0e*256"},
-        {15, "0f*168", "a800", "0f*168"},
-        {16, "10", "0100", "10"},
-        {17, "11*4", "0400", "11*4"},
-        {18, "12*24", "1800", "12*24"},
-    };
-    for (const auto &c : cases) {
-        attributes got;
-        const bytes_t value = hex(c.value) + hex("00*64"), expected = hex(c.entry);
-        EXPECT_EQ(got.add(c.type, reinterpret_cast<const char *>(value.data())), 1) << c.type;
-        EXPECT_EQ(got.array()->asa_len, expected.size() + 4) << c.type;
-        const bytes_t head = {static_cast<uint8_t>(c.type), 0};
-        EXPECT_TRUE(same_bytes(bytes_at(got.bytes + 4, expected.size() + 4), head + hex(c.length) + expected)) << c.type;
-    }
-}
-
 TEST_F(internal, attributes_are_kept_once_and_refused_when_unknown)
 {
     attributes got;
@@ -78,7 +44,9 @@ TEST_F(internal, attributes_are_kept_once_and_refused_when_unknown)
         EXPECT_EQ(got.add(counted, none), 1) << "nothing to add";
     EXPECT_EQ(got.add(5, nullptr), 1) << "nothing to add";
     EXPECT_EQ(got.array()->asa_len, 8 + 5);
-    EXPECT_DEATH(rib_copy_var_attr_set(nullptr, RIB_ATTR_1, word),
+    EXPECT_EQ(got.add(5, none), 1) << "that of no setter";
+    EXPECT_TRUE(same_bytes(bytes_at(got.bytes, 4 + 8 + 5 + 44), "3900 0000 03 00 0400 'abcd' 10 00 0100 'a' 05 00 2800 00*40"));
+    EXPECT_DEATH(rib_copy_var_attr_set(nullptr, RIB_ATTR_ROUTE_L2_INFO, word),
                  "ip/rib/lib/src/rib_lib_utils:.*Assertion `attr_set_array != \\(\\(void\\*\\)0\\)' failed");
 }
 

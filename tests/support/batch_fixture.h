@@ -30,6 +30,12 @@ private:
     uint32_t word(size_t number) const { return reinterpret_cast<const uint32_t *>(buffer)[number]; }
 };
 
+/* The data area, for a test that changes it behind the library's back. */
+inline uint8_t *data_at(rib_batch_buffer *buffer, size_t offset)
+{
+    return reinterpret_cast<uint8_t *>(buffer) + 80 + offset;
+}
+
 struct batch_buffer_free {
     void operator()(rib_batch_buffer *buffer) const { ipv6_rib_batch_buffer_free(buffer); }
 };
@@ -38,6 +44,25 @@ using batch_buffer_owner = std::unique_ptr<rib_batch_buffer, batch_buffer_free>;
 inline batch_buffer_owner allocate_batch(int small = 0)
 {
     return batch_buffer_owner(ipv6_rib_batch_buffer_allocate(small));
+}
+/* A buffer that was used before: other bytes stand where records will be written. */
+inline constexpr size_t USED_LEN = 8192;
+inline batch_buffer_owner used_batch()
+{
+    batch_buffer_owner buffer = allocate_batch();
+    std::memset(data_at(buffer.get(), 0), 0xee, USED_LEN);
+    return buffer;
+}
+/* The control words and everything that a record could have been written to, whether or not it counts yet. */
+inline bytes_t all_of(const batch_buffer_owner &buffer)
+{
+    return bytes_at(buffer.get(), 80 + USED_LEN);
+}
+
+/* A caller's record in the notation of hex.h; not a byte more than it has is there to be read. */
+template <class record_td> record_td *as(bytes_t &bytes)
+{
+    return reinterpret_cast<record_td *>(bytes.data());
 }
 
 inline constexpr const char *PREFIX_BYTES = "20010db8 01020304 05060708 090a0b0c";
@@ -63,6 +88,34 @@ inline rib_batch_buffer_result add_path(rib_batch_buffer *b)
 {
     return ipv6_rib_batch_buffer_add_path(b, 0x11121314, 0x0102030405060708, &NEXTHOP, &SOURCE, 0x21222324, 0x31323334, 0x4142);
 }
+
+/* The record that opens a path. */
+inline rib_batch_path_init_in path_init()
+{
+    rib_batch_path_init_in in = {};
+    in.pi_u32_0 = 0x51525354;
+    in.pi_unused_4[0] = in.pi_unused_4[1] = in.pi_unused_4[2] = 0xe1e2e3e4;
+    in.pi_u32_16 = 0x61626364;
+    in.pi_u32_20 = 0x71727374;
+    in.pi_infosource.afi = 2;
+    in.pi_infosource.addr.v6 = &SOURCE;
+    return in;
+}
+inline rib_batch_buffer_result add_path_init(rib_batch_buffer *b)
+{
+    const rib_batch_path_init_in in = path_init();
+    return ipv6_rib_batch_buffer_add_path_init(b, &NEXTHOP, &in);
+}
+inline rib_batch_buffer_result del_path_init(rib_batch_buffer *b)
+{
+    const rib_batch_path_init_in in = path_init();
+    return ipv6_rib_batch_buffer_del_path_init(b, &NEXTHOP, &in);
+}
+/* What becomes of it when it is finished without attributes. */
+inline const std::string OPENED = std::string("01 @28 00100001 00100001 00100001 00100001 @152 51525354 @160 ") + NEXTHOP_BYTES +
+                                  "61626364" + "@184 " + SOURCE_BYTES + "71727374 @224 02 @280";
+inline const std::string WITHDRAWAL =
+    std::string("02 @40 0002 @112 51525354 @120 ") + NEXTHOP_BYTES + "61626364 @160 71727374 @280";
 
 /* Adds routes until no further one is within the length, then markers: leaves the buffer filled to exactly that. */
 inline void fill_to(rib_batch_buffer *buffer, uint32_t len)

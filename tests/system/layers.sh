@@ -21,7 +21,7 @@ may_include 'ip/rib/ipv6/src/*' 'ip/rib/ipv6/src/*' 'ip/rib/lib/src/*' 'include/
 may_include 'platform/*' 'platform/*' 'boost/intrusive/*' c c++
 may_include 'server/main.cpp' 'server/*' 'platform/include/*' 'CLI/*' 'fmt/*' c c++
 may_include 'server/*' 'server/*' 'ip/rib/wire/*' 'include/ipv6_rib/*' 'platform/include/*' 'absl/*' 'fmt/*' c c++
-tool='tools/* include/ipv6_rib/* platform/include/platform/event.h absl/* CLI/* fmt/* nlohmann/* zlib.h bzlib.h c c++'
+tool='tools/* include/ipv6_rib/* platform/include/platform/event.h platform/include/platform/rib_tlv.h platform/include/platform/srv6.h absl/* CLI/* fmt/* nlohmann/* zlib.h bzlib.h c c++'
 may_include 'tools/*demo*' "$tool" server/embed.h
 may_include 'tools/*' "$tool"
 

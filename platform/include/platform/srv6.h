@@ -3,12 +3,16 @@
  *
  * Endpoint behaviours have the code points of the public registry of SRv6 endpoint behaviours, those of RFC 8986 and RFC 9800:
  *
- *   1-4, 28-31 End       5-8, 32-35 End.X       9-12, 36-39 End.T        each with the flavours none, PSP, USP, PSP & USP;
- *                                                                        and behind them the same with USD
- *   14 End.B6.Encaps  15 End.BM  16 End.DX6  17 End.DX4  18 End.DT6  19 End.DT4  20 End.DT46  21 End.DX2  22 End.DX2V  23
- * End.DT2U 24 End.DT2M  27 End.B6.Encaps.Red 43-50 End, 52-59 End.X, 85-92 End.T with NEXT-CSID, in all flavours; 93
- * End.B6.Encaps, 94 End.B6.Encaps.Red, 95 End.BM 101-104, 128-131 End, 105-108, 132-135 End.X, 109-112, 136-139 End.T with
- * REPLACE-CSID, the flavours as above; 114 End.B6.Encaps, 115 End.BM, 116 to 124 as 16 to 24, 127 End.B6.Encaps.Red
+ *                    plain        with USD     NEXT-CSID  REPLACE-CSID  with USD
+ *   End              1 to 4       28 to 31     43 to 50   101 to 104    128 to 131   (none, PSP, USP, PSP and USP)
+ *   End.X            5 to 8       32 to 35     52 to 59   105 to 108    132 to 135   (the same)
+ *   End.T            9 to 12      36 to 39     85 to 92   109 to 112    136 to 139   (the same)
+ *   End.B6.Encaps    14, Red: 27               93, 94     114, 127
+ *   End.BM           15                        95         115
+ *   End.DX6, DX4     16, 17                    60, 61     116, 117
+ *   End.DT6, 4, 46   18, 19, 20                62 to 64   118 to 120
+ *   End.DX2, DX2V    21, 22                    65, 66     121, 122
+ *   End.DT2U, DT2M   23, 24                    67, 68     123, 124
  *
  * Headend behaviours have no registry; here they count 1 H.Encaps, 2 H.Encaps.Red, 3 H.Encaps.L2, 4 H.Encaps.L2.Red.
  *

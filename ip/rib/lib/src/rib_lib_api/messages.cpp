@@ -35,6 +35,11 @@ RIB_MESSAGE(err_possible_connection_leak, "ERR_POSSIBLE_CONNECTION_LEAK",
 RIB_MESSAGE(fetch_update, "FETCH_UPDATE", "Error fetching RIB update - %s", TEV_ERR, 1, 5, 10)
 RIB_MESSAGE(unbind, "UNBIND", "Failed to %s during client unbind - %s", TEV_WARNING, 0, 6, 60)
 
+void rib_log_batch_buffer(const char *operation, int result)
+{
+    tev_errmsg(tev_msg_rec_rib_lib_batch_buffer_err_getfn(), TEV_ERR, operation, static_cast<unsigned>(result));
+}
+
 void rib_log_lock(const char *who, const char *operation, int error)
 {
     tev_errmsg(tev_msg_rec_rib_lib_err_lock_fatal_getfn(), TEV_ERR, who, operation, std::strerror(error));

@@ -3,6 +3,8 @@
  */
 #pragma once
 
+/* An operation on a batch buffer was refused, with which result. */
+void rib_log_batch_buffer(const char *operation, int result);
 /* A lock, unlock, mutex set-up or disconnect failed: who, at what, and the error number. */
 void rib_log_lock(const char *who, const char *operation, int error);
 /* A bind found its handle set. */

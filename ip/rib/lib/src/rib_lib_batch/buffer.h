@@ -52,6 +52,11 @@ inline rib_batch_buffer_result rib_batch_fullness(const rib_batch_buffer *buffer
 {
     return rib_batch_over_limit(buffer) ? RIB_BATCH_BUFFER_FULL : RIB_BATCH_BUFFER_OK;
 }
+/* Whether the current record is a route, open or finished. */
+inline bool rib_batch_has_route(const rib_batch_buffer *buffer)
+{
+    return buffer && buffer->cur_rec && *buffer->cur_rec == RIB_BATCH_REC_ROUTE;
+}
 /* Where the next record goes. */
 inline uint8_t *rib_batch_tail(rib_batch_buffer *buffer)
 {

@@ -54,7 +54,7 @@ void rib_batch_buffer_set_path_infosource(const ip_rib_qlfd_addr_td *infosource,
 /* Writes the caller's array as the only attribute of a path and closes the attributes; their length. */
 static size_t close_items(ip_rib_attr_set_array_td *attrs, const void *attr_array)
 {
-    rib_copy_var_attr_set(attrs, RIB_ATTR_ITEMS_8_A, static_cast<const char *>(attr_array));
+    rib_copy_var_attr_set(attrs, RIB_ATTR_ECOMMS, static_cast<const char *>(attr_array));
     const size_t bytes = attrs->asa_len;
     rib_to_net(attrs);
     return bytes;
@@ -65,7 +65,7 @@ rib_batch_buffer_result rib_batch_buffer_add_path(rib_batch_buffer *buffer, cons
                                                   const void *attr_array)
 {
     const unsigned items = attr_array ? rib_load<uint16_t>(attr_array) : 0;
-    if (items > RIB_ATTR_ITEMS_8_MAX)
+    if (items > RIB_ECOMMS_MAX)
         return RIB_BATCH_BUFFER_TOO_MANY_ITEMS;
     bori_fixed *route = route_for_path(buffer, RIB_BATCH_PATH_FIXED + 8 + 8 * items);
     if (!route)
@@ -103,6 +103,16 @@ rib_batch_buffer_result rib_batch_buffer_delete_path(rib_batch_buffer *buffer, c
     mark_primary(route);
     count_path(route);
     return rib_batch_advance(buffer, RIB_BATCH_PATH_FIXED);
+}
+
+uint8_t *rib_batch_open_path(rib_batch_buffer *buffer, uint8_t type)
+{
+    if (!rib_batch_has_route(buffer))
+        return nullptr;
+    uint8_t *const tail = rib_batch_tail(buffer);
+    if (buffer->cur_rec == tail || buffer->data_len == buffer->capacity)
+        return nullptr;
+    return *tail == type ? tail : nullptr;
 }
 
 static uint64_t items_bytes(uint64_t count, uint64_t item, uint64_t head)
@@ -155,18 +165,6 @@ rib_batch_buffer_result rib_batch_buffer_del_path_init(rib_batch_buffer *buffer,
     return RIB_BATCH_BUFFER_OK;
 }
 
-/* The open path of a type behind the current route; NULL when there is none. */
-static uint8_t *open_path(rib_batch_buffer *buffer, uint8_t type)
-{
-    if (!buffer)
-        return nullptr;
-    uint8_t *const tail = rib_batch_tail(buffer);
-    if (!buffer->cur_rec || *buffer->cur_rec != RIB_BATCH_REC_ROUTE || buffer->cur_rec == tail ||
-        buffer->data_len == buffer->capacity)
-        return nullptr;
-    return *tail == type ? tail : nullptr;
-}
-
 /* Closes the open path, which is converted here and nowhere else. */
 template <class record>
 static rib_batch_buffer_result finish_path(rib_batch_buffer *buffer, record *path, const void *bitmap, size_t bytes,
@@ -180,7 +178,7 @@ static rib_batch_buffer_result finish_path(rib_batch_buffer *buffer, record *pat
 
 rib_batch_buffer_result rib_batch_buffer_add_path_done(rib_batch_buffer *buffer, rib_path_role role)
 {
-    auto *path = reinterpret_cast<rib_batch_add_path_in *>(open_path(buffer, RIB_BATCH_REC_ADD_PATH));
+    auto *path = reinterpret_cast<rib_batch_add_path_in *>(rib_batch_open_path(buffer, RIB_BATCH_REC_ADD_PATH));
     if (!path)
         return RIB_BATCH_BUFFER_ERROR;
     const size_t bytes = RIB_BATCH_PATH_FIXED + path->bapi_attrs.asa_len + rib_batch_trailing_size(path->bapi_ext_mask);
@@ -189,7 +187,7 @@ rib_batch_buffer_result rib_batch_buffer_add_path_done(rib_batch_buffer *buffer,
 
 rib_batch_buffer_result rib_batch_buffer_del_path_done(rib_batch_buffer *buffer, rib_path_role role)
 {
-    auto *path = reinterpret_cast<rib_batch_del_path_in *>(open_path(buffer, RIB_BATCH_REC_DEL_PATH));
+    auto *path = reinterpret_cast<rib_batch_del_path_in *>(rib_batch_open_path(buffer, RIB_BATCH_REC_DEL_PATH));
     if (!path)
         return RIB_BATCH_BUFFER_ERROR;
     return finish_path(buffer, path, path->bdpi_bitmap, RIB_BATCH_PATH_FIXED + path->bdpi_attrs.asa_len, role);

@@ -22,6 +22,8 @@ rib_batch_buffer_result rib_batch_buffer_delete_path(rib_batch_buffer *buffer, c
 rib_batch_buffer_result rib_batch_buffer_del_path_init(rib_batch_buffer *buffer, const in6_addr_t *nexthop,
                                                        const rib_batch_path_init_in *in);
 
+/* The open path of a type (RIB_BATCH_REC_ADD_PATH, RIB_BATCH_REC_DEL_PATH) behind the current route; NULL when there is none. */
+uint8_t *rib_batch_open_path(rib_batch_buffer *buffer, uint8_t type);
 /* Finish the path that is open. The backup forms leave the route's flags alone. */
 enum class rib_path_role { primary, backup };
 rib_batch_buffer_result rib_batch_buffer_add_path_done(rib_batch_buffer *buffer, rib_path_role role);
