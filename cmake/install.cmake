@@ -28,3 +28,13 @@ configure_package_config_file(cmake/ipv6_rib-config.cmake.in ${CMAKE_BINARY_DIR}
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/ipv6_rib-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/ipv6_rib-config.cmake ${CMAKE_BINARY_DIR}/ipv6_rib-config-version.cmake
     DESTINATION ${package_dir})
+
+# The unit names the program by its full path, which is known when it is installed.
+set(unit_dir lib/systemd/system)
+install(FILES packaging/ribd.socket DESTINATION ${unit_dir})
+install(FILES docs/ribd.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(CODE "
+    set(bindir \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}\")
+    set(docdir \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DOCDIR}\")
+    configure_file(${CMAKE_SOURCE_DIR}/packaging/ribd.service.in
+        \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${unit_dir}/ribd.service\" @ONLY)")

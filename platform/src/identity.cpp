@@ -3,6 +3,8 @@
  */
 #include <platform/identity.h>
 
+#include "guard.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -57,14 +59,24 @@ static int parse_node_id(const char *text, uint32_t *node_id)
     return 0;
 }
 
-/* Length of the machine id, 0 when the system has none (yet). */
-static size_t read_machine_id(char *id, size_t room)
+static bool tells_that_there_is_none(int error)
 {
-    const int fd = open("/etc/machine-id", O_RDONLY | O_CLOEXEC);
-    if (fd < 0)
-        return 0;
-    const ssize_t got = read(fd, id, room);
-    close(fd);
+    return error == ENOENT || error == ENOTDIR || error == EISDIR || error == EACCES || error == EPERM;
+}
+
+/*
+ * Length of the machine id, 0 when the system has none (yet). -1 with errno when it cannot be read now, for want of
+ * descriptors perhaps: whatever took its place would pass for another node.
+ */
+static ssize_t read_machine_id(char *id, size_t room)
+{
+    const fd_guard fd(open("/etc/machine-id", O_RDONLY | O_CLOEXEC));
+    ssize_t got;
+    do
+        got = fd.get() < 0 ? -1 : read(fd.get(), id, room);
+    while (got < 0 && errno == EINTR && fd.get() >= 0);
+    if (got < 0)
+        return tells_that_there_is_none(errno) ? 0 : -1;
     return got >= 32 ? 32 : 0;
 }
 
@@ -83,13 +95,10 @@ int platform_get_my_nodeid(uint32_t *node_id)
     if (const char *set = environment("PLATFORM_NODE_ID"))
         return parse_node_id(set, node_id);
     char source[HOST_NAME_MAX + 1] = {};
-    size_t len = read_machine_id(source, sizeof source);
-    if (len == 0) {
-        if (gethostname(source, sizeof source - 1) != 0)
-            return -1;
-        len = strlen(source);
-    }
-    *node_id = hash_31_bits(source, len);
+    const ssize_t len = read_machine_id(source, sizeof source);
+    if (len < 0 || (len == 0 && gethostname(source, sizeof source - 1) != 0))
+        return -1;
+    *node_id = hash_31_bits(source, len != 0 ? static_cast<size_t>(len) : strlen(source));
     return 0;
 }
 

@@ -64,3 +64,15 @@ int chan_hello(hello_frame *hello)
     *hello = {{frame_hello, sizeof(hello_body), 0, 0}, {.he_protocol = chan_protocol, .he_pid = getpid()}};
     return platform_get_my_nodeid(&hello->body.he_node_id) == 0 ? 0 : errno;
 }
+
+int chan_send_hello(int fd, const hello_frame &hello, int flags)
+{
+    const auto *bytes = reinterpret_cast<const uint8_t *>(&hello);
+    for (size_t sent = 0; sent != sizeof hello;) {
+        const ssize_t got = send(fd, bytes + sent, sizeof hello - sent, flags | MSG_NOSIGNAL);
+        if (got < 0 && errno != EINTR)
+            return errno;
+        sent += got < 0 ? 0 : static_cast<size_t>(got);
+    }
+    return 0;
+}

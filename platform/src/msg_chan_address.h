@@ -18,3 +18,5 @@ int chan_service_address(const char *dir, const char *service, sockaddr_un *addr
 int chan_socket_options(int fd);
 /* The greeting of this process. Fills all but status and version. */
 int chan_hello(hello_frame *hello);
+/* Sends all of a greeting, with flags of send(). */
+int chan_send_hello(int fd, const hello_frame &hello, int flags);

@@ -5,6 +5,7 @@
 #include "guard.h"
 #include "msg_chan_address.h"
 #include "msg_chan_table.h"
+#include "msg_chan_trust.h"
 
 #include <cstring>
 #include <poll.h>
@@ -13,6 +14,7 @@
 
 constexpr int64_t greeting_ms = 1000;
 constexpr uint32_t version_descriptor_format = 2;
+constexpr pid_t service_manager = 1;
 
 static_assert(sizeof(msg_chan_version_t) == 56);
 
@@ -80,10 +82,7 @@ static int send_hello(int fd)
     hello_frame hello;
     if (const int error = chan_hello(&hello))
         return error;
-    const ssize_t sent = send(fd, &hello, sizeof hello, MSG_NOSIGNAL);
-    if (sent < 0)
-        return greeting_error(errno);
-    return sent == sizeof hello ? 0 : EPROTO;
+    return greeting_error(chan_send_hello(fd, hello, 0));
 }
 
 /* Reads the server's greeting, of which only the first word is certain before the protocol version is known. */
@@ -105,16 +104,26 @@ static int receive_hello(int fd, hello_body *body, int64_t deadline)
     return 0;
 }
 
-static int greet(int fd, uint32_t min_version, uint32_t max_version, int64_t deadline)
+static int greet(int fd, uint32_t min_version, uint32_t max_version, int64_t deadline, pid_t *told_pid)
 {
     hello_body server;
     if (const int error = send_hello(fd))
         return error;
     if (const int error = receive_hello(fd, &server, deadline))
         return error;
+    *told_pid = server.he_pid;
     if (server.he_status != 0)
         return server.he_status < 4096 ? static_cast<int>(server.he_status) : EPROTO;
     return server.he_version < min_version || server.he_version > max_version ? EPROTO : 0;
+}
+
+/* Before a byte is sent. */
+static int know_server(int fd, const sockaddr_un &address, ucred *server)
+{
+    socklen_t len = sizeof *server;
+    if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, server, &len) != 0)
+        return errno;
+    return chan_check_server(address, *server);
 }
 
 static int chan_open(const char *service, uint32_t flags, uint32_t reserved, uint32_t *chan, uint32_t min_version,
@@ -128,6 +137,8 @@ static int chan_open(const char *service, uint32_t flags, uint32_t reserved, uin
     sockaddr_un address;
     if (const int error = chan_service_address(dir, service, &address))
         return error;
+    if (const int error = chan_check_dir(dir, chan_role::client))
+        return error;
     fd_guard fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (fd.get() < 0)
         return errno;
@@ -136,15 +147,16 @@ static int chan_open(const char *service, uint32_t flags, uint32_t reserved, uin
         return error;
     if (const int error = connect_until(fd.get(), address, deadline))
         return error;
-    if (const int error = greet(fd.get(), min_version, max_version, deadline))
-        return error;
     ucred server;
-    socklen_t len = sizeof server;
-    if (getsockopt(fd.get(), SOL_SOCKET, SO_PEERCRED, &server, &len) != 0)
-        return errno;
+    if (const int error = know_server(fd.get(), address, &server))
+        return error;
+    pid_t told_pid;
+    if (const int error = greet(fd.get(), min_version, max_version, deadline, &told_pid))
+        return error;
     if (const int error = set_send_timeout(fd.get(), 0))
         return error;
-    const int error = channel_add(fd.get(), server.pid, chan);
+    /* A listening socket that the service manager made carries its credentials; only the greeting tells who serves it. */
+    const int error = channel_add(fd.get(), server.pid == service_manager ? told_pid : server.pid, chan);
     if (error == 0)
         fd.take();
     return error;

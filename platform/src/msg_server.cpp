@@ -3,6 +3,7 @@
  */
 #include "msg_server_inside.h"
 
+#include "clock.h"
 #include "guard.h"
 
 #include <algorithm>
@@ -12,6 +13,9 @@
 
 constexpr size_t message_default = size_t{1} << 20;
 constexpr size_t clients_default = 4096;
+constexpr unsigned socket_mode_default = 0660;
+/* Longer than any client waits for the answer to its greeting. */
+constexpr unsigned greeting_ms_default = 3000;
 constexpr int events_at_once = 64;
 /* Pulses that wait for slow event managers are tried at intervals that grow from the first to the last of these. */
 constexpr unsigned retry_first_ms = 5;
@@ -30,6 +34,10 @@ static void fill_options(msg_server *server, const msg_server_options_t *options
         filled.mso_max_clients = clients_default;
     if (filled.mso_version == 0)
         filled.mso_version = 1;
+    if (filled.mso_socket_mode == 0)
+        filled.mso_socket_mode = socket_mode_default;
+    if (filled.mso_greeting_ms == 0)
+        filled.mso_greeting_ms = greeting_ms_default;
 }
 
 int server_watch(msg_server *server, event_source *source, uint32_t events)
@@ -38,12 +46,17 @@ int server_watch(msg_server *server, event_source *source, uint32_t events)
     return epoll_ctl(server->ms_epoll, EPOLL_CTL_ADD, source->es_fd, &event) == 0 ? 0 : errno;
 }
 
+static void set_timer(int fd, int64_t ms)
+{
+    const itimerspec once = {.it_value = {.tv_sec = ms / 1000, .tv_nsec = ms % 1000 * 1'000'000}};
+    timerfd_settime(fd, 0, &once, nullptr);
+}
+
 void server_start_timer(msg_server *server, unsigned ms)
 {
     if (server->ms_timer_ms != 0)
         return;
-    const itimerspec once = {.it_value = {.tv_sec = 0, .tv_nsec = long{1'000'000} * ms}};
-    timerfd_settime(server->ms_timer.es_fd, 0, &once, nullptr);
+    set_timer(server->ms_timer.es_fd, ms);
     server->ms_timer_ms = ms;
 }
 
@@ -63,12 +76,15 @@ static int server_open(msg_server *server)
     server->ms_epoll = epoll_create1(EPOLL_CLOEXEC);
     server->ms_wake = {source_kind::wake, eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
     server->ms_timer = {source_kind::timer, timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)};
+    server->ms_greeting_timer = {source_kind::greeting_timer, timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)};
     server_open_spare(server);
-    if (server->ms_epoll < 0 || server->ms_wake.es_fd < 0 || server->ms_timer.es_fd < 0 || server->ms_spare < 0)
-        return errno;
-    if (const int error = server_watch(server, &server->ms_wake, EPOLLIN))
-        return error;
-    return server_watch(server, &server->ms_timer, EPOLLIN);
+    for (const int fd : {server->ms_epoll, server->ms_spare})
+        if (fd < 0)
+            return errno;
+    for (event_source *source : {&server->ms_wake, &server->ms_timer, &server->ms_greeting_timer})
+        if (source->es_fd < 0 || server_watch(server, source, EPOLLIN) != 0)
+            return errno;
+    return 0;
 }
 
 msg_server_t *msg_server_create(const msg_server_options_t *options, const msg_server_ops_t *ops, void *owner)
@@ -80,7 +96,8 @@ msg_server_t *msg_server_create(const msg_server_options_t *options, const msg_s
     auto *server = server_new<msg_server>();
     if (!server)
         return nullptr;
-    server->ms_epoll = server->ms_spare = server->ms_wake.es_fd = server->ms_timer.es_fd = -1;
+    server->ms_epoll = server->ms_spare = -1;
+    server->ms_wake.es_fd = server->ms_timer.es_fd = server->ms_greeting_timer.es_fd = -1;
     server->ms_ops = *ops;
     server->ms_owner = owner;
     fill_options(server, options);
@@ -100,7 +117,8 @@ void msg_server_destroy(msg_server_t *server)
         peer_delete(&server->ms_peers.front());
     while (!server->ms_listeners.empty())
         listener_delete(server, &server->ms_listeners.front());
-    for (const int fd : {server->ms_epoll, server->ms_spare, server->ms_wake.es_fd, server->ms_timer.es_fd})
+    for (const int fd :
+         {server->ms_epoll, server->ms_spare, server->ms_wake.es_fd, server->ms_timer.es_fd, server->ms_greeting_timer.es_fd})
         if (fd >= 0)
             close(fd);
     pool_give(&server->ms_pool, server->ms_in);
@@ -134,6 +152,26 @@ static void timer_fired(msg_server *server)
         server_start_timer(server, progress ? retry_first_ms : std::min(last * 2, retry_last_ms));
 }
 
+void server_await_greetings(msg_server *server)
+{
+    if (!server->ms_greeting.empty())
+        set_timer(server->ms_greeting_timer.es_fd, std::max<int64_t>(server->ms_greeting.front().mp_deadline - now_ms(), 1));
+}
+
+/* Clients greet in a fixed time, so they stand in the order of their deadlines. */
+static void greetings_due(msg_server *server)
+{
+    uint64_t times;
+    if (read(server->ms_greeting_timer.es_fd, &times, sizeof times) != sizeof times)
+        return;
+    for (msg_peer &peer : server->ms_greeting) {
+        if (peer.mp_deadline > now_ms())
+            break;
+        msg_peer_close(&peer);
+    }
+    server_await_greetings(server);
+}
+
 static void serve_event(msg_server *server, const epoll_event &event)
 {
     auto *source = static_cast<event_source *>(event.data.ptr);
@@ -147,6 +185,8 @@ static void serve_event(msg_server *server, const epoll_event &event)
         return static_cast<void>(eventfd_read(source->es_fd, &wakes));
     case source_kind::timer:
         return timer_fired(server);
+    case source_kind::greeting_timer:
+        return greetings_due(server);
     }
 }
 

@@ -3,13 +3,15 @@
  */
 #include "msg_server_inside.h"
 
+#include "clock.h"
 #include "guard.h"
 
 #include <fcntl.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 
-constexpr int accepted_at_once = 64;
+/* Few, so that a crowd at the door does not keep those waiting who are in. */
+constexpr int accepted_at_once = 2;
 constexpr unsigned pause_ms = 100;
 
 void server_open_spare(msg_server *server)
@@ -75,6 +77,11 @@ static void let_in(msg_server *server, const msg_listener *listener, int accepte
         return server_delete(peer);
     fd.take();
     server->ms_peers.push_back(*peer);
+    peer->mp_deadline = now_ms() + server->ms_options.mso_greeting_ms;
+    peer->mp_awaited = true;
+    server->ms_greeting.push_back(*peer);
+    if (server->ms_greeting.size() == 1)
+        server_await_greetings(server);
 }
 
 void listener_serve(msg_server *server, msg_listener *listener)

@@ -4,6 +4,7 @@
 #include "msg_server_inside.h"
 
 #include "guard.h"
+#include "msg_chan_trust.h"
 
 #include <cstdio>
 #include <cstring>
@@ -15,7 +16,6 @@
 
 constexpr int backlog = 1024;
 constexpr mode_t dir_mode = 0755;
-constexpr mode_t socket_mode = 0660;
 constexpr mode_t lock_mode = 0600;
 
 /* Makes a directory and what is missing above it, with that mode whatever the umask is. */
@@ -31,7 +31,7 @@ static int make_dir(const char *dir)
         if (mkdir(path, dir_mode) == 0 ? chmod(path, dir_mode) != 0 : errno != EEXIST)
             return errno;
         if (here == '\0')
-            return 0;
+            return chan_check_dir(dir, chan_role::server);
         *at = here;
     }
 }
@@ -67,11 +67,11 @@ static int check_stale(const sockaddr_un &address)
 }
 
 /* Connecting is not possible before listen(), so nobody comes in before the mode is set. */
-static int bind_socket(int fd, const sockaddr_un &address)
+static int bind_socket(int fd, const sockaddr_un &address, mode_t mode)
 {
     if (bind(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
         return errno;
-    if (chmod(address.sun_path, socket_mode) == 0 && listen(fd, backlog) == 0)
+    if (chmod(address.sun_path, mode) == 0 && listen(fd, backlog) == 0)
         return 0;
     const int error = errno;
     unlink(address.sun_path);
@@ -85,7 +85,8 @@ static int take_name(const msg_server *server, int fd, const sockaddr_un &addres
     fd_guard lock(lock_dir(server->ms_dir));
     if (lock.get() < 0)
         return errno;
-    int error = bind_socket(fd, address);
+    const mode_t mode = server->ms_options.mso_socket_mode;
+    int error = bind_socket(fd, address, mode);
     if (error != EADDRINUSE)
         return error;
     error = check_stale(address);
@@ -93,7 +94,15 @@ static int take_name(const msg_server *server, int fd, const sockaddr_un &addres
         return error;
     if (unlink(address.sun_path) != 0 && errno != ENOENT)
         return errno;
-    return bind_socket(fd, address);
+    return bind_socket(fd, address, mode);
+}
+
+static void listener_remove_file(const msg_listener *listener)
+{
+    struct stat file;
+    if (!listener->ml_adopted && lstat(listener->ml_path, &file) == 0 && file.st_dev == listener->ml_device &&
+        file.st_ino == listener->ml_inode)
+        unlink(listener->ml_path);
 }
 
 static int listener_open(msg_server *server, msg_listener *listener, const char *service)
@@ -101,10 +110,12 @@ static int listener_open(msg_server *server, msg_listener *listener, const char 
     sockaddr_un address;
     if (const int error = chan_service_address(server->ms_dir, service, &address))
         return error;
-    fd_guard fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    const int adopted = server_adopt(address);
+    fd_guard fd(adopted >= 0 ? adopted : socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (fd.get() < 0)
         return errno;
-    if (const int error = take_name(server, fd.get(), address))
+    listener->ml_adopted = adopted >= 0;
+    if (const int error = listener->ml_adopted ? 0 : take_name(server, fd.get(), address))
         return error;
     struct stat file = {};
     lstat(address.sun_path, &file);
@@ -115,7 +126,7 @@ static int listener_open(msg_server *server, msg_listener *listener, const char 
     listener->es_fd = fd.get();
     listener->ml_service = server->ms_services;
     if (const int error = server_watch(server, listener, server->ms_paused ? 0u : EPOLLIN)) {
-        unlink(address.sun_path);
+        listener_remove_file(listener);
         return error;
     }
     fd.take();
@@ -139,9 +150,7 @@ int msg_server_attach(msg_server_t *server, const char *service)
 
 void listener_delete(msg_server *server, msg_listener *listener)
 {
-    struct stat file;
-    if (lstat(listener->ml_path, &file) == 0 && file.st_dev == listener->ml_device && file.st_ino == listener->ml_inode)
-        unlink(listener->ml_path);
+    listener_remove_file(listener);
     close(listener->es_fd);
     server->ms_listeners.erase(server->ms_listeners.iterator_to(*listener));
     server_delete(listener);

@@ -16,7 +16,7 @@
 #include "msg_chan_address.h"
 #include "msg_server_pool.h"
 
-enum class source_kind : uint8_t { listener, peer, wake, timer };
+enum class source_kind : uint8_t { listener, peer, wake, timer, greeting_timer };
 
 /* What an epoll event belongs to. */
 struct event_source {
@@ -30,6 +30,7 @@ struct msg_listener : event_source {
     list_link ml_link;
     unsigned ml_service; // number in the order of attaching
     char ml_path[sizeof(sockaddr_un::sun_path)];
+    bool ml_adopted; // the file is the service manager's and stays
     dev_t ml_device; // of the socket file, so that only our own is removed
     ino_t ml_inode;
 };
@@ -44,16 +45,19 @@ enum class peer_state : uint8_t {
 struct msg_peer : event_source {
     list_link mp_link;
     list_link mp_pulse_link;
+    list_link mp_greeting_link;
     msg_server *mp_server;
     void *mp_datum;
     msg_peer_info_t mp_info;
     unsigned mp_service;
     peer_state mp_state;
     bool mp_connected;       // the owner knows of it
+    bool mp_awaited;         // its greeting, in the server's list
     bool mp_closing;         // its socket is shut down, its end is near
     bool mp_pulse_pending;   // in the server's list, with:
     sigevent mp_pulse_event; // the event
     uint64_t mp_pulse_value; // and its value
+    int64_t mp_deadline;     // for its greeting, in ms
     uint32_t mp_epoll;       // events asked for
     size_t mp_got;           // bytes of the frame that have arrived
     uint8_t *mp_in;          // holds them once they are more than a header, NULL before
@@ -71,6 +75,8 @@ struct msg_server {
     using peer_list = boost::intrusive::list<msg_peer, boost::intrusive::member_hook<msg_peer, list_link, &msg_peer::mp_link>>;
     using pulse_list =
         boost::intrusive::list<msg_peer, boost::intrusive::member_hook<msg_peer, list_link, &msg_peer::mp_pulse_link>>;
+    using greeting_list =
+        boost::intrusive::list<msg_peer, boost::intrusive::member_hook<msg_peer, list_link, &msg_peer::mp_greeting_link>>;
 
     msg_server_options_t ms_options; // with the defaults filled in; mso_dir is ms_dir
     char ms_dir[chan_dir_room];
@@ -83,9 +89,11 @@ struct msg_server {
     unsigned ms_timer_ms; // the running interval, 0 when the timer is off
     bool ms_paused;       // the listeners wait for the timer
     unsigned ms_services;
+    event_source ms_greeting_timer; // runs while a greeting is awaited
     listener_list ms_listeners;
     peer_list ms_peers;
     pulse_list ms_pulses;
+    greeting_list ms_greeting;
     buffer_pool ms_pool;
     uint8_t *ms_in; // where the next read goes; becomes a peer's own when a message is there in part
 };
@@ -106,6 +114,12 @@ template <class record> void server_delete(record *rec)
 int server_watch(msg_server *server, event_source *source, uint32_t events);
 /* Makes the timer fire once, after ms milliseconds, unless it is running. */
 void server_start_timer(msg_server *server, unsigned ms);
+/* Sets the timer to the end of the first greeting's time. */
+void server_await_greetings(msg_server *server);
+/*
+ * The listening socket that the service manager passed for a socket file, now the caller's; -1 when there is none.
+ */
+int server_adopt(const sockaddr_un &address);
 
 void listener_serve(msg_server *server, msg_listener *listener);
 /* Stops or resumes accepting. */

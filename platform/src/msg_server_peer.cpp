@@ -9,8 +9,10 @@
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
+#include <utility>
 
-/* Asks epoll for what the state of the peer waits for. The peer's death is always told. */
+/* Asks epoll for what the state of the peer waits for. The peer's death is always told; so one that cannot be waited for is
+ * ended, rather than left without an answer. */
 static void peer_watch(msg_peer *peer)
 {
     const bool reads = peer->mp_state == peer_state::greeting || peer->mp_state == peer_state::reading;
@@ -18,7 +20,8 @@ static void peer_watch(msg_peer *peer)
     if (wanted == peer->mp_epoll || peer->mp_closing)
         return;
     epoll_event event = {.events = wanted, .data = {.ptr = static_cast<event_source *>(peer)}};
-    epoll_ctl(peer->mp_server->ms_epoll, EPOLL_CTL_MOD, peer->es_fd, &event);
+    if (epoll_ctl(peer->mp_server->ms_epoll, EPOLL_CTL_MOD, peer->es_fd, &event) != 0)
+        return msg_peer_close(peer);
     peer->mp_epoll = wanted;
 }
 
@@ -31,6 +34,12 @@ void msg_peer_close(msg_peer_t *peer)
     shutdown(peer->es_fd, SHUT_RDWR);
 }
 
+static void peer_end_greeting(msg_peer *peer)
+{
+    if (std::exchange(peer->mp_awaited, false))
+        peer->mp_server->ms_greeting.erase(peer->mp_server->ms_greeting.iterator_to(*peer));
+}
+
 void peer_delete(msg_peer *peer)
 {
     msg_server *server = peer->mp_server;
@@ -38,6 +47,7 @@ void peer_delete(msg_peer *peer)
     if (peer->mp_connected)
         server->ms_ops.disconnected(server->ms_owner, peer);
     close(peer->es_fd);
+    peer_end_greeting(peer);
     pool_give(&server->ms_pool, peer->mp_in);
     pool_give(&server->ms_pool, peer->mp_out);
     server->ms_peers.erase(server->ms_peers.iterator_to(*peer));
@@ -111,13 +121,13 @@ static bool send_hello(msg_peer *peer, int status)
         return false;
     hello.body.he_status = static_cast<uint32_t>(status);
     hello.body.he_version = peer->mp_server->ms_options.mso_version;
-    const ssize_t sent = send(peer->es_fd, &hello, sizeof hello, MSG_NOSIGNAL | MSG_DONTWAIT);
-    return sent == sizeof hello && status == 0;
+    return chan_send_hello(peer->es_fd, hello, MSG_DONTWAIT) == 0 && status == 0;
 }
 
 /* A greeting is there. False when the peer is to be ended. */
 static bool peer_greeted(msg_peer *peer, const uint8_t *bytes, size_t len)
 {
+    peer_end_greeting(peer);
     hello_body client = {};
     memcpy(&client, bytes, len < sizeof client ? len : sizeof client);
     if (len != sizeof client || client.he_protocol != chan_protocol)
@@ -224,6 +234,14 @@ int msg_peer_gone(const msg_peer_t *peer)
 void msg_peer_info(const msg_peer_t *peer, msg_peer_info_t *info)
 {
     *info = peer->mp_info;
+}
+
+size_t msg_peer_groups(const msg_peer_t *peer, gid_t *groups, size_t room)
+{
+    /* With too little room the kernel tells how much it takes and writes nothing. */
+    auto len = static_cast<socklen_t>(room * sizeof *groups);
+    const bool told = getsockopt(peer->es_fd, SOL_SOCKET, SO_PEERGROUPS, groups, &len) == 0 || errno == ERANGE;
+    return told ? len / sizeof *groups : 0;
 }
 
 void msg_peer_set_datum(msg_peer_t *peer, void *datum)

@@ -2,7 +2,9 @@
  * Message channel, client side: one blocking request and its reply at a time over a local stream socket.
  *
  * A service name such as "/dev/ip/ipv6_rib" stands for a socket file below the run directory: $MSG_CHAN_DIR if set,
- * else /run/msg_chan for root, else $XDG_RUNTIME_DIR/msg_chan. Every function may be called from any thread.
+ * else /run/msg_chan for root, else $XDG_RUNTIME_DIR/msg_chan. The directory must be no symbolic link, belong to somebody who
+ * is trusted and be writable by nobody else; the server must run as the owner of the socket file, and be trusted as well.
+ * Trusted are root, the own user, and the user that $MSG_CHAN_USER names. Every function may be called from any thread.
  * Unless told otherwise, a function returns 0, or -1 with errno set.
  */
 #ifndef PLATFORM_MSG_CHAN_H
@@ -38,8 +40,9 @@ typedef void *msg_clinfo_datum_h;
  * @param reserved 0
  * @param chan     receives the channel id, never 0; written only on success
  * Errors: EINVAL, ENAMETOOLONG, ENOENT or ECONNREFUSED (no server, or it takes no more clients), EPROTO (the other end
- * speaks another version or no version), ETIMEDOUT, EMFILE, ENFILE, ENOMEM, EACCES, or the value with which the server
- * refuses this client.
+ * speaks another version or no version), ETIMEDOUT, EMFILE, ENFILE, ENOMEM, ELOOP (the run directory is a symbolic link),
+ * ENOTDIR, EACCES (directory, socket file or server are not trusted, or not to be reached), or the value with which the
+ * server refuses this client (EPERM: it lets this user do nothing).
  */
 PLATFORM_API int msg_chan_connect(const char *service, uint32_t flags, uint32_t reserved, uint32_t *chan);
 

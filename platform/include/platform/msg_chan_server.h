@@ -29,11 +29,13 @@ typedef struct msg_peer_data {
 } msg_peer_info_t;
 
 typedef struct msg_server_options {
-    const char *mso_dir;    /* run directory; NULL for the same default as the client side */
-    size_t mso_max_message; /* a client that announces more is disconnected; 0 for 1 MiB */
-    size_t mso_max_reply;   /* largest reply that will be asked for; 0 for 1 MiB */
-    size_t mso_max_clients; /* further clients are refused; 0 for 4096 */
-    uint32_t mso_version;   /* version of the service that clients are told; 0 for 1 */
+    const char *mso_dir;      /* run directory; NULL for the same default as the client side */
+    size_t mso_max_message;   /* a client that announces more is disconnected; 0 for 1 MiB */
+    size_t mso_max_reply;     /* largest reply that will be asked for; 0 for 1 MiB */
+    size_t mso_max_clients;   /* further clients are refused; 0 for 4096 */
+    uint32_t mso_version;     /* version of the service that clients are told; 0 for 1 */
+    unsigned mso_socket_mode; /* of the socket files; 0 for 0660 */
+    unsigned mso_greeting_ms; /* a client that has not greeted by then is disconnected; 0 for 3000 */
 } msg_server_options_t;
 
 /* What the server's owner does. A callback may reply, pulse or close any peer. */
@@ -55,8 +57,10 @@ PLATFORM_API msg_server_t *msg_server_create(const msg_server_options_t *options
 PLATFORM_API void msg_server_destroy(msg_server_t *server);
 /**
  * Listens on a service name. Replaces a stale socket file; 0, or -1 with errno (EADDRINUSE: a live server has the name;
- * EEXIST: what has the name is no socket; EINVAL: no service name; ENAMETOOLONG).
- * Missing directories are created with mode 0755, socket files have mode 0660.
+ * EEXIST: what has the name is no socket; EINVAL: no service name; ENAMETOOLONG; ELOOP: the run directory is a symbolic
+ * link; EACCES: it belongs to neither root nor this user, or others may write to it).
+ * Missing directories are created with mode 0755. A listening socket that the service manager passed for the name
+ * (LISTEN_FDS) is taken over as it is, and its file left behind in the end.
  */
 PLATFORM_API int msg_server_attach(msg_server_t *server, const char *service);
 /** The pollable descriptor of the server's epoll set, to be hosted by another event loop. */
@@ -91,6 +95,8 @@ PLATFORM_API int msg_peer_gone(const msg_peer_t *peer);
 /** Disconnects a client after the running callback; what is queued for it is dropped. */
 PLATFORM_API void msg_peer_close(msg_peer_t *peer);
 PLATFORM_API void msg_peer_info(const msg_peer_t *peer, msg_peer_info_t *info);
+/** Gives the client's supplementary groups, the kernel's word as well: their number; written only if room is enough for all. */
+PLATFORM_API size_t msg_peer_groups(const msg_peer_t *peer, gid_t *groups, size_t room);
 /** A pointer of the owner's, NULL at first. */
 PLATFORM_API void msg_peer_set_datum(msg_peer_t *peer, void *datum);
 PLATFORM_API void *msg_peer_datum(const msg_peer_t *peer);
