@@ -13,7 +13,7 @@ errcode rib_read_next_hop_words(uint32_t how, uint32_t min_len, rib_next_hop_wor
 {
     if (how > RIB_NEXT_HOP_ONE_STEP || min_len > RIB_ADDR_BITS)
         return EINVAL;
-    *words = {how == RIB_NEXT_HOP_ONE_STEP, static_cast<uint8_t>(min_len)};
+    *words = {.one_step = how == RIB_NEXT_HOP_ONE_STEP, .min_len = static_cast<uint8_t>(min_len)};
     return 0;
 }
 

@@ -66,6 +66,7 @@ static void apply_converge(rib_batch_run &run, const uint8_t *bytes)
         return;
     table->converged = true;
     rib_tell_converged(run.server, table->id(), run.protocol->id);
+    rib_next_hops_converged(run.server, table->id());
     accept_marker(run);
 }
 

@@ -21,7 +21,7 @@ struct span_td {
 /* Entries must fill their array to the byte; their headers are in host order. */
 static bool check_entries(const uint8_t *array, size_t len)
 {
-    const uint8_t *at = array + sizeof(ip_rib_attr_set_array_td);
+    const uint8_t *at = rib_batch_attrs(array);
     for (const uint8_t *end = at + len; at != end;) {
         const auto left = static_cast<size_t>(end - at);
         if (left < sizeof(rib_attr_entry_td))

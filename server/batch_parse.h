@@ -23,6 +23,11 @@ inline uint16_t rib_batch_attr_len(const uint8_t *array)
 {
     return rib_load_net<uint16_t>(array);
 }
+/* The entries of an array. */
+inline const uint8_t *rib_batch_attrs(const uint8_t *array)
+{
+    return array + sizeof(ip_rib_attr_set_array_td);
+}
 inline uint16_t rib_batch_path_count(const uint8_t *route)
 {
     return rib_load_net<uint16_t>(route + offsetof(bori_fixed, borfi_path_count));

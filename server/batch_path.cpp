@@ -8,6 +8,8 @@
 #include <utility>
 
 #include "ip/rib/wire/batch_results.h"
+#include "server/attribute_reply.h"
+#include "server/attributes.h"
 
 /* Where the fields of an added path stand. */
 #define AT(field) (record + offsetof(rib_batch_add_path_in, field))
@@ -51,8 +53,7 @@ static std::unique_ptr<rib_path_extra> extra_of(const uint8_t *record)
     for (size_t label = 0; label != label_count; ++label)
         extra->labels[label] = rib_load_net<uint32_t>(labels + label * sizeof(uint32_t));
     std::copy_n(AT(bapi_bitmap_bits), extra->bitmap.size(), extra->bitmap.begin());
-    const uint8_t *entries = AT(bapi_attrs) + sizeof(ip_rib_attr_set_array_td);
-    extra->attrs.assign(entries, entries + attr_len);
+    extra->attrs = rib_attrs_kept(rib_batch_attrs(AT(bapi_attrs)), attr_len);
     const uint8_t *blocks = record + RIB_BATCH_PATH_FIXED + attr_len;
     extra->blocks.assign(blocks, blocks + rib_batch_trailing_size(ext_mask));
     return extra;
@@ -76,17 +77,35 @@ static rib_path path_of(const uint8_t *record, const rib_path_work &work)
     path.u16_16 = rib_load_net<uint16_t>(AT(bapi_u16_16));
     path.infosource_afi = *AT(bapi_infosource_afi);
     path.backup = work.route_is_backup || has_bitmap(record);
+    if (path.extra)
+        path.extra->records_len = rib_path_attrs_measure(path);
     return path;
 }
 
-static int32_t add_path(rib_path_work &work, const uint8_t *record)
+/* Whether the route's attributes stay within bounds with this path, in the place of the one held. */
+static bool attrs_fit(rib_batch_run &run, const rib_path_work &work, const rib_path &path, const rib_path *held)
 {
+    const size_t others = rib_path_attrs_len(work.paths) - (held ? rib_path_attrs_len(*held) : 0);
+    const size_t all = others + rib_path_attrs_len(path);
+    if (all > RIB_PATH_ATTRS_MAX)
+        return false;
+    run.server.most_path_attrs = std::max(run.server.most_path_attrs, all);
+    return true;
+}
+
+static int32_t add_path(rib_batch_run &run, rib_path_work &work, const uint8_t *record)
+{
+    const size_t attr_len = rib_batch_attr_len(AT(bapi_attrs));
     if (*AT(bapi_label_count) > RIB_MAX_LABELS)
+        return RIB_RESULT_INVALID_PARAMETER;
+    if (attr_len != 0 && !rib_attrs_valid(rib_batch_attrs(AT(bapi_attrs)), attr_len, rib_attr_owner::path))
         return RIB_RESULT_INVALID_PARAMETER;
     rib_path path = path_of(record, work);
     rib_path *held = rib_path_find(work.paths, path.id);
     if (!held && work.paths.size() == RIB_STORED_PATHS)
         return RIB_RESULT_TOO_MANY_PATHS;
+    if (path.extra && !attrs_fit(run, work, path, held))
+        return RIB_RESULT_ATTR_TOO_LARGE;
     const rib_path *known = held || !work.before ? held : rib_path_find(*work.before, path.id);
     const bool same = known && rib_path_same(*known, path);
     const int32_t fresh = path.backup ? RIB_RESULT_BACKUP : RIB_RESULT_OK;
@@ -116,7 +135,7 @@ static int32_t delete_path(rib_path_work &work, const uint8_t *record)
 const uint8_t *rib_batch_apply_path(rib_batch_run &run, rib_path_work &work, const uint8_t *record)
 {
     const bool adds = record[0] == RIB_BATCH_REC_ADD_PATH;
-    const int32_t result = adds ? add_path(work, record) : delete_path(work, record);
+    const int32_t result = adds ? add_path(run, work, record) : delete_path(work, record);
     if (rib_result_refuses(result) && work.refused++ == 0)
         work.first_refusal = result;
     return rib_batch_answer_path(run, record, result);

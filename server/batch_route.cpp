@@ -1,11 +1,14 @@
 /*
  * Route records: what one record with its paths does to the route of its protocol.
  */
+#include <optional>
 #include <utility>
 
 #include "ip/rib/wire/batch_results.h"
+#include "server/attributes.h"
 #include "server/batch_path.h"
 #include "server/route_reply.h"
+#include "server/sid_requests.h"
 
 /* Where the fields of a route record stand. */
 #define AT(field) (record + offsetof(bori_fixed, field))
@@ -33,10 +36,9 @@ static bool take_words(rib_route &route, const rib_protocol &protocol, const uin
 {
     const rib_route_words words = words_of(record);
     rib_attr_bytes attrs;
-    if (const size_t len = rib_batch_attr_len(AT(borfi_attrs))) {
-        const uint8_t *entries = AT(borfi_attrs) + sizeof(ip_rib_attr_set_array_td);
-        attrs = std::make_unique<std::vector<uint8_t>>(entries, entries + len);
-    }
+    if (const size_t len = rib_batch_attr_len(AT(borfi_attrs)))
+        if (std::vector<uint8_t> kept = rib_attrs_kept(rib_batch_attrs(AT(borfi_attrs)), len); !kept.empty())
+            attrs = std::make_unique<std::vector<uint8_t>>(std::move(kept));
     const bool same = words == route.words && rib_attrs_same(attrs, route.attrs);
     route.words = words;
     route.attrs = std::move(attrs);
@@ -126,16 +128,53 @@ static outcome_td change_route(rib_batch_run &run, rib_table::place_td place, ri
     return {change_result(*place, *route, RIB_RESULT_CHANGED), route, place->second.get()};
 }
 
-static outcome_td apply_route(rib_batch_run &run, const rib_prefix &prefix, const uint8_t *record)
+/* Why a record is refused as a whole, or 0. */
+static int32_t refusal_of(const rib_batch_run &run, const rib_prefix &prefix, const uint8_t *record, const rib_attr_set *attrs)
 {
-    const bool host_bits = rib_prefix_has_host_bits(prefix);
-    if (const int32_t refusal = run.refusal ? run.refusal : host_bits ? RIB_RESULT_INVALID_PARAMETER : 0) {
-        answer_paths(run, record, refusal);
-        return {refusal};
-    }
+    if (run.refusal)
+        return run.refusal;
+    const size_t len = rib_batch_attr_len(AT(borfi_attrs));
+    const bool request_only = attrs && rib_has_request(*attrs) && rib_batch_path_count(record) == 0;
+    if (rib_prefix_has_host_bits(prefix) || (rib_is_request_table(run.table->id()) && !request_only) ||
+        (attrs && !rib_attrs_valid(rib_batch_attrs(AT(borfi_attrs)), len, rib_attr_owner::route)))
+        return RIB_RESULT_INVALID_PARAMETER;
+    return 0;
+}
+
+static outcome_td apply_paths_of(rib_batch_run &run, const rib_prefix &prefix, const uint8_t *record)
+{
     const rib_table::place_td place = run.table->locate(prefix);
     rib_route *route = place == run.table->end() ? nullptr : rib_table::route_of(*place, run.protocol->id);
     return route ? change_route(run, place, route, record) : create_route(run, prefix, record);
+}
+
+/* Carries out the request, and applies the paths that came with it. */
+static outcome_td apply_request(rib_batch_run &run, const rib_prefix &prefix, const uint8_t *record, const rib_attr_set &attrs,
+                                rib_batch_route_out *out)
+{
+    rib_batch_request_answer answer;
+    const int32_t result = rib_carry_out_request(run, attrs, &answer);
+    rib_store(out->ro_answer, answer);
+    if (rib_batch_path_count(record) != 0)
+        return apply_paths_of(run, prefix, record);
+    const rib_table::place_td place = run.table->locate(prefix);
+    if (place == run.table->end())
+        return {result};
+    return {result, rib_table::route_of(*place, run.protocol->id), place->second.get()};
+}
+
+static outcome_td apply_route(rib_batch_run &run, const rib_prefix &prefix, const uint8_t *record, rib_batch_route_out *out)
+{
+    std::optional<rib_attr_set> attrs;
+    if (const size_t len = rib_batch_attr_len(AT(borfi_attrs)))
+        attrs.emplace(rib_batch_attrs(AT(borfi_attrs)), len);
+    if (const int32_t refusal = refusal_of(run, prefix, record, attrs ? &*attrs : nullptr)) {
+        answer_paths(run, record, refusal);
+        return {refusal};
+    }
+    if (attrs && rib_has_request(*attrs))
+        return apply_request(run, prefix, record, *attrs, out);
+    return apply_paths_of(run, prefix, record);
 }
 
 static size_t whole_route_len(const uint8_t *record)
@@ -150,7 +189,7 @@ const uint8_t *rib_batch_apply_route(rib_batch_run &run, const uint8_t *record)
 {
     const rib_prefix prefix = rib_prefix_load(AT(borfi_prefix), *AT(borfi_prefixlen));
     auto *out = reinterpret_cast<rib_batch_route_out *>(rib_batch_result(run, sizeof(rib_batch_route_out)));
-    const outcome_td outcome = apply_route(run, prefix, record);
+    const outcome_td outcome = apply_route(run, prefix, record, out);
     out->ro_type = RIB_BATCH_RES_ROUTE;
     out->ro_prefix_len = prefix.len;
     out->ro_path_count = rib_batch_path_count(record);

@@ -14,7 +14,6 @@ void rib_consumer_stir(rib_session &session)
     consumer.is_stirred = true;
 }
 
-/* Without memory the client cannot end with the true table any more: its next fetch ends the connection. */
 void rib_consumer_put(rib_session &session, const rib_update &update)
 try {
     rib_consumer &consumer = session.consumer;
@@ -25,6 +24,29 @@ try {
     if (update.interest)
         ++update.interest->in_line;
 } catch (const std::bad_alloc &) {
+    rib_consumer_lose(session);
+}
+
+void rib_consumer_put_once(rib_session &session, const rib_update &update)
+{
+    rib_update_queue &line = session.consumer.line;
+    if (line.find(update) == line.end())
+        rib_consumer_put(session, update);
+}
+
+void rib_consumer_put_behind(rib_session &session, const rib_update &update)
+{
+    rib_update_queue &line = session.consumer.line;
+    const auto place = line.find(update);
+    if (place == line.end())
+        rib_consumer_put(session, update);
+    else
+        line.move_behind(place);
+}
+
+void rib_consumer_lose(rib_session &session)
+{
+    rib_consumer_stir(session);
     session.consumer.lost = true;
     session.consumer.line.clear();
 }
@@ -34,17 +56,6 @@ void rib_consumer_drop(rib_session &session, rib_update_queue::place_td place)
     if (place->interest)
         --place->interest->in_line;
     session.consumer.line.erase(place);
-}
-
-void rib_consumer_mark(rib_interest &interest, rib_protoid_td protoid, rib_update_kind kind)
-{
-    const rib_update marker = {.interest = &interest, .protoid = protoid, .kind = kind};
-    rib_update_queue &line = interest.session->consumer.line;
-    const auto place = line.find(marker);
-    if (place == line.end())
-        rib_consumer_put(*interest.session, marker);
-    else
-        line.move_behind(place);
 }
 
 void rib_consumer_came(rib_session &session, rib_protoid_td protoid)

@@ -1,6 +1,6 @@
 /*
- * The receiving side of a session: its interests, the dumps that are under way, and what waits to be told. The dumps are
- * told first, then the line. Nothing is sent to the client but replies to its own requests.
+ * The receiving side of a session: its interests, the dumps that are under way, and what waits to be told, of next hops
+ * too. The dumps are told first, then the line. Nothing is sent to the client but replies to its own requests.
  */
 #pragma once
 
@@ -42,8 +42,11 @@ void rib_consumer_stir(rib_session &session);
 /* Puts an update at the end of the line. Does not throw. */
 void rib_consumer_put(rib_session &session, const rib_update &update);
 void rib_consumer_drop(rib_session &session, rib_update_queue::place_td place);
-/* Puts a marker behind all that waits. */
-void rib_consumer_mark(rib_interest &interest, rib_protoid_td protoid, rib_update_kind kind);
+/* The same; an update that waits already stays where it is, or moves behind all that waits. */
+void rib_consumer_put_once(rib_session &session, const rib_update &update);
+void rib_consumer_put_behind(rib_session &session, const rib_update &update);
+/* The client cannot end with the truth any more, for want of memory: its next fetch ends the connection. Does not throw. */
+void rib_consumer_lose(rib_session &session);
 /*
  * A protocol came, or went, which a session with interests is told. Both wait at most once for an identifier, went ahead of
  * came; one that came and went before it was told is not told.

@@ -48,7 +48,7 @@ static void put_route(rib_interest &interest, const rib_prefix &prefix, rib_prot
     rib_consumer_stir(*interest.session);
     if (interest.dumping && std::make_tuple(prefix, int{key}) > std::make_tuple(interest.dumped, interest.dumped_key))
         return;
-    const rib_update update = {&interest, prefix, key, rib_update_kind::route, !before};
+    const rib_update update = {.interest = &interest, .prefix = prefix, .protoid = key, .fresh = !before};
     rib_update_queue &line = interest.session->consumer.line;
     const auto place = line.find(update);
     if (place == line.end())

@@ -10,6 +10,7 @@
 #include <list>
 #include <string>
 
+#include "server/audience.h"
 #include "server/table.h"
 
 struct rib_session;

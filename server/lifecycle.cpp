@@ -9,6 +9,7 @@
 
 #include <ipv6_rib/errors.h>
 
+#include "server/access.h"
 #include "server/redistribution.h"
 
 constexpr uint64_t MS_PER_SECOND = 1000;
@@ -33,7 +34,7 @@ static void forget(rib_server &server, rib_protocol &protocol)
     server.protocols.forget(protocol);
 }
 
-static void forget_when_idle(rib_server &server, rib_protocol &protocol)
+void rib_protocol_forget_when_idle(rib_server &server, rib_protocol &protocol)
 {
     if (!protocol.owner && !server.tables.has_routes_of(protocol.id))
         forget(server, protocol);
@@ -46,7 +47,7 @@ errcode rib_protocol_set_words(rib_server &server, rib_protocol &protocol, const
         return EINVAL;
     protocol.words = words;
     protocol.distance = *distance;
-    server.tables.set_local(protocol.id, words[0] == RIB_PROTO_KIND_LOCAL);
+    server.tables.set_kind(protocol.id, words[0]);
     for (const auto &[id, table] : server.tables)
         table->set_distance(protocol.id, *distance);
     return 0;
@@ -71,6 +72,8 @@ errcode rib_protocol_register(rib_server &server, rib_session &session, const ri
 {
     if ((in.proto_name.empty() && in.instance_name.empty()) || !distance_of(in.words))
         return EINVAL;
+    if (const errcode refusal = rib_access_register(server, session, in.proto_name))
+        return refusal;
     rib_protocol *protocol = find_or_take(server, in);
     /* A client that moved to a fresh channel may be heard there before the end of its old one. */
     if (protocol && protocol->owner != &session && is_gone(protocol->owner)) {
@@ -84,6 +87,7 @@ errcode rib_protocol_register(rib_server &server, rib_session &session, const ri
     rib_protocol_set_owner(server, *protocol, &session);
     protocol->process = session.process;
     protocol->node = session.node;
+    protocol->uid = session.credentials.uid;
     protocol->word64 = in.word64;
     protocol->hold_until = RIB_NEVER;
     if (session.first_proto_name.empty())
@@ -103,6 +107,15 @@ errcode rib_protocol_owned(rib_server &server, const rib_session &session, rib_p
     return 0;
 }
 
+errcode rib_protocol_purgeable(rib_server &server, rib_session &session, rib_protoid_td id, rib_protocol **protocol)
+{
+    rib_protocol *found = server.protocols.find(id);
+    if (!found || found->owner)
+        return rib_protocol_owned(server, session, id, protocol);
+    *protocol = found;
+    return rib_access_purge(server, session, *found);
+}
+
 void rib_protocol_release(rib_server &server, rib_protocol &protocol, rib_farewell farewell)
 {
     if (farewell == rib_farewell::withdraw)
@@ -114,7 +127,7 @@ void rib_protocol_release(rib_server &server, rib_protocol &protocol, rib_farewe
     const uint32_t asked = protocol.words[2];
     const uint64_t seconds = asked ? asked : server.options.hold_seconds;
     protocol.hold_until = asked == RIB_PROTO_HOLD_FOREVER ? RIB_NEVER : server.now_ms() + seconds * MS_PER_SECOND;
-    forget_when_idle(server, protocol);
+    rib_protocol_forget_when_idle(server, protocol);
 }
 
 void rib_protocol_complete(rib_server &server, rib_protocol &protocol)
@@ -145,21 +158,24 @@ void rib_hold_protocols_of(rib_server &server, const rib_session *session)
             rib_protocol_release(server, protocol, rib_farewell::hold);
 }
 
-errcode rib_purge_dead_client(rib_server &server, std::string_view process, std::string_view node)
+errcode rib_purge_dead_client(rib_server &server, rib_session &session, std::string_view process, std::string_view node)
 {
     const auto lives = [&](const auto &entry) {
         return entry.second->bound && entry.second->process == process && entry.second->node == node;
     };
     if (std::any_of(server.sessions.begin(), server.sessions.end(), lives))
         return EBUSY;
-    errcode result = RIB_SRV_ERR_NOT_FOUND;
+    std::vector<rib_protocol *> left;
     for (rib_protocol &protocol : server.protocols) {
         if (!protocol.known || protocol.owner || protocol.process != process || protocol.node != node)
             continue;
-        forget(server, protocol);
-        result = 0;
+        if (const errcode refusal = rib_access_purge(server, session, protocol))
+            return refusal;
+        left.push_back(&protocol);
     }
-    return result;
+    for (rib_protocol *protocol : left)
+        forget(server, *protocol);
+    return left.empty() ? RIB_SRV_ERR_NOT_FOUND : 0;
 }
 
 uint64_t rib_server_deadline(rib_server &server)

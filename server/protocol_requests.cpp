@@ -83,7 +83,7 @@ errcode rib_do_purge_protocol(rib_server &server, rib_session &session, const ri
                               rib_result_reply_td &)
 {
     rib_protocol *protocol;
-    if (const errcode refusal = rib_protocol_owned(server, session, body.pp_protoid, &protocol))
+    if (const errcode refusal = rib_protocol_purgeable(server, session, body.pp_protoid, &protocol))
         return refusal;
     if (body.pp_word_b > 1)
         return EINVAL;
@@ -92,16 +92,17 @@ errcode rib_do_purge_protocol(rib_server &server, rib_session &session, const ri
         rib_protocol_withdraw(server, *protocol, which);
     else if (rib_table *table = server.tables.find(body.pp_word_a))
         rib_protocol_withdraw(*table, *protocol, which);
+    rib_protocol_forget_when_idle(server, *protocol);
     return 0;
 }
 
-errcode rib_do_purge_client(rib_server &server, rib_session &, const rib_purge_client_body_td &body, rib_result_reply_td &)
+errcode rib_do_purge_client(rib_server &server, rib_session &session, const rib_purge_client_body_td &body, rib_result_reply_td &)
 {
     std::string_view process;
     std::string_view node;
     if (!rib_text_of(body.pc_client, sizeof body.pc_client, &process) || !rib_text_of(body.pc_node, sizeof body.pc_node, &node))
         return EINVAL;
-    return rib_purge_dead_client(server, process, node);
+    return rib_purge_dead_client(server, session, process, node);
 }
 
 errcode rib_do_update_complete(rib_server &server, rib_session &session, const rib_update_complete_body_td &body,
@@ -117,10 +118,11 @@ errcode rib_do_update_complete(rib_server &server, rib_session &session, const r
 errcode rib_do_clear_aft(rib_server &server, rib_session &session, const rib_clear_aft_body_td &body, rib_result_reply_td &)
 {
     rib_protocol *protocol;
-    if (const errcode refusal = rib_protocol_owned(server, session, body.ca_protoid, &protocol))
+    if (const errcode refusal = rib_protocol_purgeable(server, session, body.ca_protoid, &protocol))
         return refusal;
     if (rib_table *table = server.tables.find(body.ca_vrf))
         rib_protocol_withdraw(*table, *protocol, rib_which::all);
+    rib_protocol_forget_when_idle(server, *protocol);
     return 0;
 }
 
@@ -157,5 +159,9 @@ errcode rib_do_free_all_sids(rib_server &server, rib_session &session, const rib
                              rib_result_reply_td &)
 {
     rib_protocol *protocol;
-    return rib_protocol_owned(server, session, body.fs_protoid, &protocol);
+    if (const errcode refusal = rib_protocol_owned(server, session, body.fs_protoid, &protocol))
+        return refusal;
+    if (rib_table *table = server.tables.find(IPV6_RIB_TABLE_SID))
+        rib_protocol_withdraw(*table, *protocol, rib_which::all);
+    return 0;
 }

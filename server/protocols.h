@@ -11,6 +11,7 @@
 #include <limits>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 
 #include <ipv6_rib/protocol.h>
 
@@ -26,6 +27,7 @@ struct rib_protocol {
     std::string instance_name;
     std::string process; /* of the last owner */
     std::string node;
+    uid_t uid = 0;
     std::array<uint32_t, 4> words = {};
     uint64_t word64 = 0;
     uint8_t distance = 0;

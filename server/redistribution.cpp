@@ -42,13 +42,25 @@ static std::unique_ptr<rib_interest> make_interest(rib_session &session, const r
     return interest;
 }
 
+/* The interest is told of the changes of its table, which need not be there yet. */
+static void watch(rib_server &server, rib_interest *interest)
+{
+    server.tables.audience(interest->table).watchers.push_back(interest);
+}
+
+static void unwatch(rib_server &server, rib_interest *interest)
+{
+    std::erase(server.tables.audience_of(interest->table)->watchers, interest);
+    server.tables.audience_left(interest->table);
+}
+
 using place_td = decltype(rib_consumer::interests)::iterator;
 
 static place_td end_interest(rib_server &server, rib_consumer &consumer, place_td place)
 {
     rib_interest *interest = place->second.get();
     if (!interest->waits)
-        server.tables.unwatch(interest->table, interest);
+        unwatch(server, interest);
     if (interest->dumping)
         consumer.dumps.erase(interest->dump_place);
     consumer.ended.push_back(std::move(place->second));
@@ -62,7 +74,7 @@ void rib_interest_begin(rib_server &server, rib_session &session, const rib_inte
     rib_consumer &consumer = session.consumer;
     const auto begun = consumer.interests.emplace(key, make_interest(session, key, source, words)).first;
     rib_interest *interest = begun->second.get();
-    server.tables.watch(key.table, interest);
+    watch(server, interest);
     interest->dump_place = consumer.dumps.insert(consumer.dumps.end(), interest);
     interest->dumping = true;
     rib_consumer_stir(session);
@@ -89,7 +101,7 @@ void rib_forget_ended(rib_session &session)
     rib_consumer &consumer = session.consumer;
     const auto waits = [](const auto &interest) { return interest->in_line != 0; };
     if (consumer.interests.empty()) {
-        consumer.line.clear();
+        consumer.line.erase_if([](const rib_update &update) { return !rib_is_of_next_hops(update.kind); });
         consumer.gone.clear();
     } else if (std::any_of(consumer.ended.begin(), consumer.ended.end(), waits)) {
         absl::flat_hash_set<const rib_interest *> gone;
@@ -118,7 +130,7 @@ void rib_protocol_came(rib_server &server, const rib_protocol &protocol)
         for_each_interest(*session, protocol, [&](rib_interest &interest) {
             interest.source = protocol.id;
             interest.waits = false;
-            server.tables.watch(interest.table, &interest);
+            watch(server, &interest);
         });
     }
 }
@@ -129,7 +141,7 @@ void rib_protocol_went(rib_server &server, const rib_protocol &protocol)
         rib_consumer_went(*session, protocol.id, {protocol.proto_name, protocol.instance_name, protocol.words[0]});
         for_each_interest(*session, protocol, [&](rib_interest &interest) {
             interest.waits = true;
-            server.tables.unwatch(interest.table, &interest);
+            unwatch(server, &interest);
         });
     }
 }
@@ -159,18 +171,17 @@ static void mark(const rib_watchers &watchers, rib_protoid_td protoid, rib_updat
 {
     for (rib_interest *interest : watchers)
         if (interest->markers && rib_interest_covers(*interest, protoid))
-            rib_consumer_mark(*interest, protoid, kind);
+            rib_consumer_put_behind(*interest->session, {.interest = interest, .protoid = protoid, .kind = kind});
 }
 
 void rib_tell_complete(rib_server &server, rib_protoid_td protoid)
 {
-    for (const auto &[table, watchers] : server.tables.watchers())
-        mark(*watchers, protoid, rib_update_kind::complete);
+    for (const auto &[table, audience] : server.tables.audiences())
+        mark(audience->watchers, protoid, rib_update_kind::complete);
 }
 
 void rib_tell_converged(rib_server &server, rib_tableid_td table, rib_protoid_td protoid)
 {
-    const auto place = server.tables.watchers().find(table);
-    if (place != server.tables.watchers().end())
-        mark(*place->second, protoid, rib_update_kind::converged);
+    if (const rib_audience *audience = server.tables.audience_of(table))
+        mark(audience->watchers, protoid, rib_update_kind::converged);
 }

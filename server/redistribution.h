@@ -21,7 +21,7 @@ void rib_interest_begin(rib_server &server, rib_session &session, const rib_inte
 /* Ends the interest of a key, if there is one; of all interests of a table, or with table 0 of all: returns whether any. */
 void rib_interest_end(rib_server &server, rib_session &session, const rib_interest_key &key);
 bool rib_interests_end(rib_server &server, rib_session &session, rib_tableid_td table);
-/* Forgets what waits of interests that ended, and all that waits when none is left. Follows every begin and end, or a run of
+/* Forgets what waits of interests that ended, and all but next hops when none is left. Follows every begin and end, or a run of
  * them, before anything else is done. */
 void rib_forget_ended(rib_session &session);
 

@@ -28,14 +28,20 @@ struct rib_path_id {
     bool operator==(const rib_path_id &) const = default;
 };
 
-/* Kept and not interpreted yet; absent while all of it is empty. */
+/* What a path says besides, which is given back and not interpreted; absent while all of it is empty. */
 struct rib_path_extra {
     uint32_t binding_label = RIB_LABEL_NONE;
     uint32_t ext_mask = 0;
     std::array<uint32_t, RIB_MAX_LABELS> labels = {};
     std::array<uint8_t, 64> bitmap = {};
-    std::vector<uint8_t> attrs;  /* attribute entries as they came */
+    std::vector<uint8_t> attrs;  /* attribute entries (attributes.h) */
     std::vector<uint8_t> blocks; /* trailing blocks as they came */
+    uint32_t records_len = 0;    /* bytes that all of it takes when the path is handed out */
+
+    bool has_bitmap() const
+    {
+        return std::any_of(bitmap.begin(), bitmap.end(), [](uint8_t byte) { return byte != 0; });
+    }
     bool operator==(const rib_path_extra &) const = default;
 };
 
@@ -74,7 +80,7 @@ using rib_path_list = absl::InlinedVector<rib_path, 1>;
 struct rib_route {
     std::unique_ptr<rib_route> next;               /* of another protocol, for the same prefix */
     uint64_t version = 0;                          /* of the table when the route last changed */
-    rib_attr_bytes attrs;                          /* attribute entries as they came */
+    rib_attr_bytes attrs;                          /* attribute entries (attributes.h) */
     std::unique_ptr<rib_protocol_set> advertisers; /* null when nobody advertises the route */
     rib_path_list paths;                           /* never empty in a table */
     rib_route_words words;

@@ -12,6 +12,7 @@
 #include "server/batch_apply.h"
 #include "server/lifecycle.h"
 #include "server/route_requests.h"
+#include "server/sid_requests.h"
 
 constexpr uint8_t FAMILY_IPV6 = 2;
 
@@ -100,6 +101,8 @@ errcode rib_do_route_delete(rib_server &server, rib_session &session, const rib_
         return EINVAL;
     const rib_prefix prefix = rib_prefix_load(&body.rd_prefix, static_cast<uint8_t>(body.rd_prefix_len));
     if (rib_prefix_has_host_bits(prefix))
+        return EINVAL;
+    if (rib_is_request_table(body.rd_table))
         return EINVAL;
     rib_table *table = server.tables.find(body.rd_table);
     if (!table)

@@ -18,10 +18,16 @@ static size_t advertisers_len(const rib_route &route)
     return sizeof(rib_advertisers) + route.advertisers->count() * sizeof(rib_protoid_td);
 }
 
-size_t rib_route_record_len(const rib_route &route)
+constexpr size_t PLAIN_MAX = RIB_TLV_HEADER + RIB_ROUTE_FIXED + RIB_STORED_PATHS * PATH_RECORD + RIB_TLV_HEADER +
+                             sizeof(rib_advertisers) + RIB_PROTOID_COUNT * sizeof(rib_protoid_td) + RIB_TLV_HEADER;
+static_assert(sizeof(rib_route_lookup_reply_td) + PLAIN_MAX + RIB_PATH_ATTRS_MAX + RIB_ROUTE_ATTRS_MAX <=
+              rib_route_lookup_reply_td::room);
+
+size_t rib_route_record_len(const rib_route &route, rib_route_detail detail)
 {
     const size_t advertisers = route.advertisers ? RIB_TLV_HEADER + advertisers_len(route) : 0;
-    return RIB_TLV_HEADER + RIB_ROUTE_FIXED + route.paths.size() * PATH_RECORD + advertisers + RIB_TLV_HEADER;
+    const size_t plain = RIB_TLV_HEADER + RIB_ROUTE_FIXED + route.paths.size() * PATH_RECORD + advertisers + RIB_TLV_HEADER;
+    return detail == rib_route_detail::plain ? plain : plain + rib_path_attrs_len(route.paths) + rib_route_attrs_len(route);
 }
 
 uint8_t rib_route_state(const rib_route &route, const rib_route *best, const rib_protocol &owner)
@@ -31,7 +37,7 @@ uint8_t rib_route_state(const rib_route &route, const rib_route *best, const rib
                                 (route.backup_only ? RIB_ROUTE_BACKUP : 0));
 }
 
-static void write_path(const rib_path &path, uint8_t **cursor)
+static void write_path(const rib_path &path, uint8_t **cursor, rib_route_detail detail)
 {
     rib_tlv_stamp(RIB_TLV_ROUTE_PATH, sizeof(rib_pathtype), cursor, nullptr);
     auto *out = new (*cursor) rib_pathtype{};
@@ -51,6 +57,8 @@ static void write_path(const rib_path &path, uint8_t **cursor)
     out->path_u16_82 = static_cast<uint16_t>(path.flags);
     rib_pathtype_net::swap(out);
     *cursor += sizeof *out;
+    if (detail == rib_route_detail::whole)
+        rib_write_path_attrs(path, cursor);
     rib_tlv_stamp(0, 0, cursor, nullptr);
 }
 
@@ -95,12 +103,14 @@ void rib_write_route_head(rib_tableid_td table, const rib_table::entry_td &entry
 }
 
 void rib_write_route(rib_tableid_td table, const rib_table::entry_td &entry, const rib_route &route, const rib_protocol &owner,
-                     uint8_t **cursor)
+                     uint8_t **cursor, rib_route_detail detail)
 {
     rib_write_route_head(table, entry, route, owner, cursor);
     for (const rib_path &path : route.paths)
-        write_path(path, cursor);
+        write_path(path, cursor, detail);
     if (route.advertisers)
         write_advertisers(route, cursor);
+    if (detail == rib_route_detail::whole)
+        rib_write_route_attrs(route, cursor);
     rib_tlv_stamp(0, 0, cursor, nullptr);
 }

@@ -6,9 +6,11 @@
 #include <cerrno>
 #include <utility>
 
+#include "ip/rib/wire/next_hop_batch.h"
 #include "ip/rib/wire/redist_batch.h"
 #include "server/batch.h"
 #include "server/lifecycle.h"
+#include "server/next_hop_batch.h"
 #include "server/redist_batch.h"
 #include "server/redistribution.h"
 #include "server/requests.h"
@@ -29,6 +31,7 @@ rib_session *rib_server_connect(rib_server &server, const rib_credentials &crede
 
 void rib_server_disconnect(rib_server &server, rib_session *session)
 {
+    rib_next_hops_end(server, *session);
     rib_interests_end(server, *session, 0);
     rib_forget_ended(*session);
     rib_hold_protocols_of(server, session);
@@ -38,6 +41,7 @@ void rib_server_disconnect(rib_server &server, rib_session *session)
 
 void rib_wake_consumers(rib_server &server)
 {
+    rib_next_hops_settle(server);
     for (rib_session *session : server.stirred)
         rib_consumer_wake(*session);
     server.stirred.clear();
@@ -62,6 +66,8 @@ size_t rib_server_handle(rib_server &server, rib_session &session, uint8_t *msg,
     case RIB_MSG_REDIST:
     case RIB_MSG_REDIST_ISSU:
         return rib_serve_redist_batch(server, session, msg, len, area);
+    case RIB_MSG_NEXT_HOPS:
+        return rib_serve_next_hops(server, session, msg, len, area);
     default:
         return rib_reply_result(area, EBADMSG);
     }

@@ -13,9 +13,19 @@
 
 #include "ip/rib/wire/request.h"
 #include "server/embed.h"
+#include "server/ledger.h"
+#include "server/next_hop_tracker.h"
+#include "server/policy.h"
 #include "server/protocols.h"
 #include "server/session.h"
 #include "server/tables.h"
+
+/* Lines about refusals in the running period. */
+struct rib_refusal_log {
+    uint64_t period_end = 0;
+    unsigned lines = 0;
+    unsigned left_out = 0;
+};
 
 struct rib_server {
     /* The clock gives milliseconds of a time that never steps. */
@@ -25,10 +35,16 @@ struct rib_server {
     }
 
     rib_server_options options;
+    rib_policy policy;
+    rib_refusal_log refusals;
     std::function<uint64_t()> now_ms;
     uint32_t node_id = 0;
     rib_tables tables;
+    rib_ledger sids;
+    rib_ledger iids;
+    size_t most_path_attrs = 0; /* bytes that those of one route took when handed out */
     rib_protocols protocols;
+    rib_next_hop_tracker next_hops;
     absl::btree_map<uint32_t, std::unique_ptr<rib_session>> sessions; /* by client id */
     uint32_t last_client_id = 0;
     std::vector<rib_session *> stirred; /* sessions for which something may wait since clients were last woken */

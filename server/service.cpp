@@ -8,11 +8,14 @@
 #include <chrono>
 #include <climits>
 #include <csignal>
+#include <cstdio>
 #include <string>
 #include <system_error>
 
 #include <platform/identity.h>
 #include <platform/msg_chan_server.h>
+
+#include "server/access.h"
 
 /* The active server of a pair has the first two names, the standby server the last. */
 static const char *const service_names[] = {"/dev/ip/ipv6_rib", "/dev/ip/ipv6_rib_active", "/dev/ip/ipv6_rib_standby"};
@@ -29,12 +32,23 @@ static uint64_t steady_ms()
     return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
 }
 
-static int peer_connected(void *owner, msg_peer_t *peer, unsigned) noexcept
-try {
+static rib_credentials credentials_of(const msg_peer_t *peer)
+{
     msg_peer_info_t info;
     msg_peer_info(peer, &info);
+    rib_credentials who = {info.mpi_uid, info.mpi_gid, info.mpi_pid, info.mpi_node_id};
+    for (size_t count; (count = msg_peer_groups(peer, who.groups.data(), who.groups.size())) != who.groups.size();)
+        who.groups.resize(count);
+    return who;
+}
+
+static int peer_connected(void *owner, msg_peer_t *peer, unsigned) noexcept
+try {
     auto &server = *static_cast<rib_server *>(owner);
-    rib_session *session = rib_server_connect(server, {info.mpi_uid, info.mpi_gid, info.mpi_pid, info.mpi_node_id});
+    const rib_credentials who = credentials_of(peer);
+    if (const errcode refusal = rib_access_bind(server, who))
+        return static_cast<int>(refusal);
+    rib_session *session = rib_server_connect(server, who);
     session->gone = [peer] { return msg_peer_gone(peer) != 0; };
     session->pulse = [peer, session] {
         const auto event = rib_load<struct sigevent>(session->event.data());
@@ -77,6 +91,11 @@ void rib_service::closer::operator()(msg_server *channel) const
 
 rib_service::rib_service(const rib_server_options &options) : server_(options, steady_ms)
 {
+    if (std::string faults = read_policy(); !faults.empty()) {
+        faults.pop_back();
+        errno = EINVAL;
+        fail(faults);
+    }
     if (platform_get_my_nodeid(&server_.node_id) != 0)
         fail("node id");
     const msg_server_options_t channel_options = {
@@ -84,6 +103,7 @@ rib_service::rib_service(const rib_server_options &options) : server_(options, s
         .mso_max_message = RIB_MESSAGE_MAX,
         .mso_max_reply = RIB_MESSAGE_MAX,
         .mso_max_clients = options.max_clients,
+        .mso_socket_mode = options.socket_mode,
     };
     channel_.reset(msg_server_create(&channel_options, &channel_ops, &server_));
     if (!channel_)
@@ -95,9 +115,32 @@ rib_service::rib_service(const rib_server_options &options) : server_(options, s
     });
 }
 
+/* Empty, or what is wrong with the policy file, which then changes nothing. */
+std::string rib_service::read_policy()
+{
+    std::string faults;
+    const std::string &file = server_.options.policy;
+    if (file.empty() || !rib_policy_read(file, &server_.policy, &faults))
+        return faults;
+    for (const auto &[id, session] : server_.sessions)
+        session->refusals.clear();
+    return "";
+}
+
+void rib_service::reload_policy()
+{
+    if (server_.options.policy.empty())
+        return;
+    const std::string faults = read_policy();
+    const char *outcome = faults.empty() ? "policy read again" : "the policy stays as it was";
+    std::fputs((faults + "RIB server: " + outcome + "\n").c_str(), stderr);
+}
+
 void rib_service::run()
 {
     while (!stopping_) {
+        if (reloading_.exchange(false))
+            reload_policy();
         const uint64_t deadline = rib_server_deadline(server_);
         const uint64_t now = steady_ms();
         const uint64_t wait = deadline > now ? std::min<uint64_t>(deadline - now, INT_MAX) : 0;
@@ -106,6 +149,12 @@ void rib_service::run()
         rib_server_expire(server_);
         rib_wake_consumers(server_);
     }
+}
+
+void rib_service::reload()
+{
+    reloading_ = true;
+    msg_server_wake(channel_.get());
 }
 
 void rib_service::stop()

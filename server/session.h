@@ -7,23 +7,19 @@
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <sys/types.h>
+#include <utility>
+#include <vector>
 
 #include "ip/rib/wire/bind.h"
 #include "server/consumer.h"
 #include "server/next_hops.h"
-
-struct rib_credentials {
-    uid_t uid = 0;
-    gid_t gid = 0;
-    pid_t pid = 0;
-    uint32_t node_id = 0;
-};
+#include "server/policy.h"
 
 struct rib_session {
     uint32_t client_id = 0;
     rib_credentials credentials;
-    std::function<bool()> gone;  /* whether the client has closed its end already; empty: it has not */
+    std::vector<std::pair<rib_right, unsigned>> refusals; /* of the policy, told already: what, and the line of its rule */
+    std::function<bool()> gone;                           /* whether the client has closed its end already; empty: it has not */
     std::function<bool()> pulse; /* delivers the event; false: it did not reach the client. Empty: nowhere */
     bool bound = false;          /* everything below is the client's own word */
     std::string process;

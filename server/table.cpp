@@ -6,7 +6,11 @@
 #include <algorithm>
 #include <utility>
 
+#include <ipv6_rib/protocol.h>
+
+#include "server/audience.h"
 #include "server/interest.h"
+#include "server/ledger.h"
 
 /* The link that holds a route, in a chain that has it. */
 static rib_route_ptr *link_of(rib_route_ptr *link, const rib_route *route)
@@ -97,7 +101,7 @@ rib_table::place_td rib_table::add(const rib_prefix &prefix, rib_route_ptr route
 /* Every change of a table ends here. */
 void rib_table::table_change(place_td place, rib_change change, rib_route *route)
 {
-    if (!watchers) {
+    if (!audience) {
         settle(place, change, route);
         return;
     }
@@ -109,7 +113,9 @@ void rib_table::table_change(place_td place, rib_change change, rib_route *route
                              .best_before = alone ? RIB_PROTOID_NONE : head->protoid};
     if (const rib_route *best = settle(place, change, route))
         event.best_after = best->protoid;
-    rib_tell_change(*watchers, event);
+    rib_tell_change(audience->watchers, event);
+    const bool subnet = change != rib_change::changed && common_.kinds[event.protoid] == RIB_PROTO_KIND_CONNECTED;
+    audience->steps.touch(event.prefix, subnet);
 }
 
 /*
@@ -145,12 +151,14 @@ void rib_table::take_out(place_td place, rib_route *route)
     rib_route_ptr *link = link_of(&place->second, route);
     const rib_route_ptr withdrawn = std::move(*link);
     *link = std::move(withdrawn->next);
+    if (ledger)
+        ledger->ended(place->first);
 }
 
 void rib_table::settle_local(const entry_td &entry)
 {
     const rib_route *route = entry.second.get();
-    while (route && !common_.local.test(route->protoid))
+    while (route && common_.kinds[route->protoid] != RIB_PROTO_KIND_LOCAL)
         route = route->next.get();
     if (route)
         local_addresses_.insert(entry.first);
@@ -158,9 +166,13 @@ void rib_table::settle_local(const entry_td &entry)
         local_addresses_.erase(entry.first);
 }
 
-void rib_table::local_changed(rib_protoid_td protoid)
+void rib_table::kind_changed(rib_protoid_td protoid, uint32_t before)
 {
     if (counts_[protoid] == 0)
+        return;
+    if (audience)
+        audience->steps.touch_all();
+    if (before != RIB_PROTO_KIND_LOCAL && common_.kinds[protoid] != RIB_PROTO_KIND_LOCAL)
         return;
     for (const entry_td &entry : tree_)
         if (entry.first.len == RIB_ADDR_BITS)

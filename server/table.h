@@ -5,7 +5,6 @@
 
 #include <array>
 #include <cstdint>
-#include <vector>
 
 #include <absl/container/btree_map.h>
 #include <absl/container/btree_set.h>
@@ -18,14 +17,13 @@
 
 enum class rib_change { added, changed, withdrawn };
 
-struct rib_interest;
-/* Who is told of the changes of a table. */
-using rib_watchers = std::vector<rib_interest *>;
+struct rib_audience;
+class rib_ledger;
 
 /* What all tables share. */
 struct rib_table_common {
-    uint64_t version = 0;   /* of the last change, so that versions grow over the life of a table */
-    rib_protocol_set local; /* protocols of kind local */
+    uint64_t version = 0;                               /* of the last change, so that versions grow over the life of a table */
+    std::array<uint32_t, RIB_PROTOID_COUNT> kinds = {}; /* RIB_PROTO_KIND_* by identifier */
 };
 
 class rib_table
@@ -70,15 +68,16 @@ public:
     void remove_paths(rib_protoid_td protoid, absl::FunctionRef<bool(const rib_path &)> gone);
     /* Changes the distance of the protocol's routes that have none of their own. */
     void set_distance(rib_protoid_td protoid, uint8_t distance);
-    /* The protocol became one of kind local, or ceased to be one. */
-    void local_changed(rib_protoid_td protoid);
+    /* The protocol is of another kind than before. */
+    void kind_changed(rib_protoid_td protoid, uint32_t before);
 
     /* The protocol advertises the best route of the place and no other one there, or none. False: it was so already. */
     bool advertise(place_td place, rib_protoid_td protoid, bool advertises);
     void forget_advertiser(rib_protoid_td protoid);
 
-    bool converged = false;                 /* a convergence marker came */
-    const rib_watchers *watchers = nullptr; /* NULL while nobody watches */
+    bool converged = false;           /* a convergence marker came */
+    rib_audience *audience = nullptr; /* NULL while the changes concern nobody */
+    rib_ledger *ledger = nullptr;     /* of what the routes show; NULL in a table whose routes stand for themselves */
 
 private:
     void table_change(place_td place, rib_change change, rib_route *route);

@@ -4,6 +4,7 @@
 #include "server/tables.h"
 
 #include <algorithm>
+#include <utility>
 
 rib_table *rib_tables::find(rib_tableid_td id) const
 {
@@ -11,39 +12,44 @@ rib_table *rib_tables::find(rib_tableid_td id) const
     return place == tables_.end() ? nullptr : place->second.get();
 }
 
-rib_table *rib_tables::open(rib_tableid_td id)
+rib_table *rib_tables::open(rib_tableid_td id, const rib_table *keep)
 {
     if (rib_table *table = find(id))
         return table;
     if (tables_.size() >= max_tables_)
-        absl::erase_if(tables_, [](const auto &entry) { return entry.second->route_count() == 0; });
+        absl::erase_if(tables_,
+                       [&](const auto &entry) { return entry.second.get() != keep && entry.second->route_count() == 0; });
     if (tables_.size() >= max_tables_)
         return nullptr;
     rib_table *table = tables_.emplace(id, std::make_unique<rib_table>(id, common_)).first->second.get();
-    if (const auto place = watchers_.find(id); place != watchers_.end())
-        table->watchers = place->second.get();
+    table->audience = audience_of(id);
     return table;
 }
 
-void rib_tables::watch(rib_tableid_td id, rib_interest *interest)
+rib_audience &rib_tables::audience(rib_tableid_td id)
 {
-    std::unique_ptr<rib_watchers> &watchers = watchers_[id];
-    if (!watchers)
-        watchers = std::make_unique<rib_watchers>();
-    watchers->push_back(interest);
+    if (rib_audience *known = audience_of(id))
+        return *known;
+    rib_audience *made = audiences_.emplace(id, std::make_unique<rib_audience>()).first->second.get();
     if (rib_table *table = find(id))
-        table->watchers = watchers.get();
+        table->audience = made;
+    return *made;
 }
 
-void rib_tables::unwatch(rib_tableid_td id, rib_interest *interest)
+rib_audience *rib_tables::audience_of(rib_tableid_td id) const
 {
-    const auto place = watchers_.find(id);
-    std::erase(*place->second, interest);
+    const auto place = audiences_.find(id);
+    return place == audiences_.end() ? nullptr : place->second.get();
+}
+
+void rib_tables::audience_left(rib_tableid_td id)
+{
+    const auto place = audiences_.find(id);
     if (!place->second->empty())
         return;
     if (rib_table *table = find(id))
-        table->watchers = nullptr;
-    watchers_.erase(place);
+        table->audience = nullptr;
+    audiences_.erase(place);
 }
 
 bool rib_tables::has_routes_of(rib_protoid_td protoid) const
@@ -51,11 +57,10 @@ bool rib_tables::has_routes_of(rib_protoid_td protoid) const
     return std::any_of(begin(), end(), [&](const auto &entry) { return entry.second->route_count(protoid) != 0; });
 }
 
-void rib_tables::set_local(rib_protoid_td protoid, bool local)
+void rib_tables::set_kind(rib_protoid_td protoid, uint32_t kind)
 {
-    if (common_.local.test(protoid) == local)
-        return;
-    common_.local.set(protoid, local);
+    const uint32_t before = std::exchange(common_.kinds[protoid], kind);
     for (const auto &[id, table] : tables_)
-        table->local_changed(protoid);
+        if (before != kind)
+            table->kind_changed(protoid, before);
 }

@@ -8,6 +8,8 @@
 #include <ipv6_rib/update.h>
 
 #include "ip/rib/wire/update.h"
+#include "server/next_hop_told.h"
+#include "server/next_hop_tracker.h"
 #include "server/requests.h"
 #include "server/update_writer.h"
 
@@ -15,11 +17,11 @@
 constexpr unsigned DUMP_STEPS = 65'536;
 /* What a waiting update is expected to take in a reply. */
 constexpr size_t LIKELY_UPDATE = 512;
-constexpr size_t FULL_REPLY = RIB_MESSAGE_MAX - sizeof(rib_fetch_reply_td) - RIB_UPDATE_MAX;
 
-/* The state of one fetch. An update that begins before the end of the room may pass it by RIB_UPDATE_MAX. */
+/* The state of one fetch. An update that begins before the end of the room may pass it by the longest update. */
 struct fetch_td {
     rib_server &server;
+    rib_session &session;
     rib_consumer &consumer;
     rib_update_writer writer;
     const uint8_t *end;
@@ -94,6 +96,14 @@ static void write_went(fetch_td &fetch, rib_protoid_td protoid)
     fetch.consumer.gone.erase(gone);
 }
 
+static void write_next_hop(fetch_td &fetch, const rib_update &update)
+{
+    const rib_next_hop_key key = {update.table, update.prefix};
+    rib_next_hop &hop = fetch.session.next_hops.registered.find(key)->second;
+    hop.told = hop.tracked->way;
+    fetch.writer.next_hop(rib_next_hop_told(key, hop.words, *hop.told));
+}
+
 static void write_update(fetch_td &fetch, const rib_update &update)
 {
     switch (update.kind) {
@@ -112,17 +122,23 @@ static void write_update(fetch_td &fetch, const rib_update &update)
     case rib_update_kind::went:
         write_went(fetch, update.protoid);
         break;
+    case rib_update_kind::next_hop:
+        write_next_hop(fetch, update);
+        break;
+    case rib_update_kind::next_hops_told:
+        fetch.writer.next_hops_told(update.table);
+        break;
     }
 }
 
-static void write_updates(rib_session &session, fetch_td &fetch)
+static void write_updates(fetch_td &fetch)
 {
     rib_consumer &consumer = fetch.consumer;
     while (!consumer.dumps.empty() && write_dump(fetch)) {
     }
     while (consumer.dumps.empty() && !consumer.line.empty() && !fetch.full()) {
         write_update(fetch, *consumer.line.begin());
-        rib_consumer_drop(session, consumer.line.begin());
+        rib_consumer_drop(fetch.session, consumer.line.begin());
     }
     fetch.writer.close();
     if (consumer.waits())
@@ -131,27 +147,34 @@ static void write_updates(rib_session &session, fetch_td &fetch)
     consumer.pulsed = false;
 }
 
+static size_t longest_update(const rib_server &server)
+{
+    return RIB_UPDATE_MAX + server.most_path_attrs;
+}
+
 /* Bytes that a reply is to have, but for its head and the update that passes its end. */
 static size_t room_for(const rib_server &server, const rib_consumer &consumer)
 {
-    const size_t likely = consumer.dumps.empty() ? consumer.line.size() * LIKELY_UPDATE : FULL_REPLY;
-    return std::clamp<size_t>(std::min(likely, server.options.fetch_bytes), 1, FULL_REPLY);
+    const size_t full = RIB_MESSAGE_MAX - sizeof(rib_fetch_reply_td) - longest_update(server);
+    const size_t likely = consumer.dumps.empty() ? consumer.line.size() * LIKELY_UPDATE : full;
+    return std::clamp<size_t>(std::min(likely, server.options.fetch_bytes), 1, full);
 }
 
 size_t rib_serve_fetch(rib_request_td &request)
 {
     if (request.refusal == EBADMSG)
         return rib_reply_result(request.area, EBADMSG);
+    rib_next_hops_settle(request.server);
     rib_consumer &consumer = request.session.consumer;
     if (consumer.lost)
         return 0;
     const size_t room = room_for(request.server, consumer);
-    uint8_t *area = request.area(sizeof(rib_fetch_reply_td) + (consumer.waits() ? room + RIB_UPDATE_MAX : 0));
+    uint8_t *area = request.area(sizeof(rib_fetch_reply_td) + (consumer.waits() ? room + longest_update(request.server) : 0));
     if (!area)
         return 0;
     uint8_t *messages = area + sizeof(rib_fetch_reply_td);
-    fetch_td fetch = {request.server, consumer, {messages, request.server.options.msg_version}, messages + room};
-    write_updates(request.session, fetch);
+    fetch_td fetch = {request.server, request.session, consumer, {messages, request.server.options.msg_version}, messages + room};
+    write_updates(fetch);
     const auto len = static_cast<uint32_t>(fetch.writer.cursor() - area);
     auto *reply = new (area) rib_fetch_reply_td{
         .fr_len = len,

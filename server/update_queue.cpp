@@ -9,8 +9,8 @@
 
 static auto identity(const rib_update &update)
 {
-    return std::make_tuple(update.interest, update.prefix.high, update.prefix.low, update.prefix.len, update.protoid,
-                           update.kind);
+    return std::make_tuple(update.interest, update.prefix.high, update.prefix.low, update.prefix.len, update.table,
+                           update.protoid, update.kind);
 }
 
 size_t rib_update_queue::hash_td::operator()(const rib_update &update) const

@@ -16,11 +16,17 @@
 
 struct rib_interest;
 
-enum class rib_update_kind : uint8_t { route, complete, converged, went, came };
+enum class rib_update_kind : uint8_t { route, complete, converged, went, came, next_hop, next_hops_told };
+
+inline bool rib_is_of_next_hops(rib_update_kind kind)
+{
+    return kind == rib_update_kind::next_hop || kind == rib_update_kind::next_hops_told;
+}
 
 struct rib_update {
-    rib_interest *interest = nullptr; /* NULL: a protocol came or went */
-    rib_prefix prefix;                /* of a route */
+    rib_interest *interest = nullptr; /* NULL: of protocols and next hops */
+    rib_prefix prefix;                /* of a route; the address of a next hop */
+    rib_tableid_td table = 0;         /* of next hops */
     rib_protoid_td protoid = RIB_PROTOID_NONE;
     rib_update_kind kind = rib_update_kind::route;
     bool fresh = false; /* the client knows of no such route yet */

@@ -17,8 +17,8 @@
 constexpr size_t V0_MESSAGE_MAX = UINT16_MAX;
 constexpr size_t WITHDRAWN_LEN = RIB_TLV_HEADER_SIZE + RIB_ROUTE_FIXED + RIB_TLV_HEADER_SIZE;
 constexpr size_t PATH_LEN = RIB_TLV_HEADER_SIZE + sizeof(rib_pathtype) + RIB_TLV_HEADER_SIZE;
-static_assert(RIB_UPDATE_MAX == sizeof(rib_update_v1_td) + WITHDRAWN_LEN + RIB_STORED_PATHS * PATH_LEN + RIB_TLV_HEADER_SIZE +
-                                    sizeof(uint32_t) + RIB_PROTOID_COUNT * sizeof(rib_protoid_td));
+static_assert(RIB_UPDATE_MAX == RIB_ROUTE_ATTRS_MAX + sizeof(rib_update_v1_td) + WITHDRAWN_LEN + RIB_STORED_PATHS * PATH_LEN +
+                                    RIB_TLV_HEADER_SIZE + sizeof(uint32_t) + RIB_PROTOID_COUNT * sizeof(rib_protoid_td));
 
 void rib_update_writer::open(uint16_t type, rib_tableid_td word)
 {
@@ -55,8 +55,10 @@ void rib_update_writer::go_on(uint16_t type, rib_tableid_td word, size_t len)
 void rib_update_writer::route(rib_tableid_td table, const rib_table::entry_td &entry, const rib_route &route,
                               const rib_protocol &owner)
 {
-    go_on(RIB_UPD_ROUTES, table, rib_route_record_len(route));
-    rib_write_route(table, entry, route, owner, &cursor_);
+    const bool fits = format_ != 0 || sizeof(rib_update_v0_td) + rib_route_record_len(route) <= V0_MESSAGE_MAX;
+    const rib_route_detail detail = fits ? rib_route_detail::whole : rib_route_detail::plain;
+    go_on(RIB_UPD_ROUTES, table, rib_route_record_len(route, detail));
+    rib_write_route(table, entry, route, owner, &cursor_, detail);
 }
 
 void rib_update_writer::withdrawn(rib_tableid_td table, const rib_prefix &prefix, rib_protoid_td protoid)
@@ -93,6 +95,16 @@ void rib_update_writer::dump_end(const rib_interest &interest, bool last)
 void rib_update_writer::marker(rib_tableid_td table, rib_protoid_td protoid, uint32_t marker)
 {
     single(RIB_UPD_SOURCE_MARKER, table, rib_upd_source_marker_td{.sm_protoid = protoid, .sm_marker = marker});
+}
+
+void rib_update_writer::next_hop(const rib_nh_told_td &told)
+{
+    single(RIB_UPD_NEXT_HOP, told.nu_table, told);
+}
+
+void rib_update_writer::next_hops_told(rib_tableid_td table)
+{
+    open(RIB_UPD_NEXT_HOPS_TOLD, table);
 }
 
 void rib_update_writer::protocol(uint16_t operation, rib_protoid_td protoid, const rib_gone_protocol &about)

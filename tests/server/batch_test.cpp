@@ -50,7 +50,7 @@ bytes_t route(const std::string &letters, const char *prefix = P, uint8_t len = 
         else if (letter == 'd')
             made.distance = 200;
         else if (letter == '@')
-            made.attrs = hex("06 00 02 00 0102");
+            made.attrs = hex("11 00 04 00 01020304");
         else if (letter >= '0' && letter <= '9')
             made.metric = static_cast<uint32_t>(letter - '0');
         else
@@ -191,7 +191,7 @@ TEST(batch, markers)
 bytes_t full_batch()
 {
     path_td rich = paths.at('X');
-    rich.attrs = rich.attrs + hex("10 00 01 00 09");
+    rich.attrs = rich.attrs + hex("09 00 04 00 01020304");
     return multi_batch({table_record(1, 0), record({P, 32, {A, rich, paths.at('a')}, true}), complete, hex("04 @4 00000001 @12"),
                         table_record(2, 0), route("B@", "2001:db9::")});
 }

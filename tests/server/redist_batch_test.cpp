@@ -10,12 +10,6 @@
 namespace
 {
 
-/* The reply is in the byte order of the host. */
-errcode word_of(const bytes_t &reply)
-{
-    return reply.size() == 4 ? rib_load<errcode>(reply.data()) : UINT32_MAX;
-}
-
 std::string interests_of(const rib_session &session)
 {
     std::string text;

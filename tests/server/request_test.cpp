@@ -39,7 +39,7 @@ TEST(request, bare_messages)
 {
     const std::tuple<const char *, bytes_t, bool, const char *> cases[] = {
         {"nothing at all", {}, true, "0000004a"},
-        {"a message type that is not known", hex("7480 0000 00000000"), true, "0000004a"},
+        {"a message type that is not known", hex("7780 0000 00000000"), true, "0000004a"},
         {"less than a header", hex("0080a505 @23"), true, "0000004a"},
         {"a command that is not known", request(0x20, {}, 0), true, "00000026"},
         {"a command without a code", request(0x0F, {}, 0), true, "00000026"},

@@ -183,7 +183,8 @@ bytes_t rig_td::send(rib_session &session, bytes_t message)
         return reply.data();
     });
     reply.resize(len);
-    rib_wake_consumers(server);
+    if (wakes)
+        rib_wake_consumers(server);
     return reply;
 }
 

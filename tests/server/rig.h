@@ -77,5 +77,6 @@ struct rig_td {
     std::string found(rib_session &session, const char *addr, uint32_t length = 128, uint32_t flags = 0);
 
     uint64_t now = 1000;
+    bool wakes = true; /* clients, after each message */
     rib_server server;
 };

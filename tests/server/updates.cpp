@@ -6,6 +6,8 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "tests/server/world.h"
+
 bytes_t registrations(uint16_t mode, const std::vector<registration_td> &list, bool issu)
 {
     static const std::map<uint16_t, uint32_t> adds = {{BEST, 1}, {ALL, 4}, {BEST_FOREIGN, 6}, {ALL_FOREIGN, 8}};
@@ -15,6 +17,18 @@ bytes_t registrations(uint16_t mode, const std::vector<registration_td> &list, b
         records = records + number(adds.at(mode) + one.removes) + number(one.table) + number(one.flags, width) + bytes_t(padding);
     records = records + number(3) + number(0) + bytes_t(width + padding);
     return hex(issu ? "7580 @20" : "7680 @20") + number(mode, 2) + number(list.size(), 2) + number(records.size()) + records;
+}
+
+bytes_t next_hops(const std::vector<hop_td> &hops)
+{
+    bytes_t records;
+    for (const hop_td &hop : hops) {
+        const rib_prefix addr = addr_of(hop.addr);
+        const bytes_t value = number(hop.op) + number(hop.table) + number(addr.high, 8) + number(addr.low, 8) + number(hop.len) +
+                              number(hop.value) + bytes_t(8);
+        records = records + tlv(30, value) + DELIMITER;
+    }
+    return hex("7480 @24") + number(records.size()) + records;
 }
 
 bytes_t redist(const std::string &names, rib_tableid_td table, uint32_t mode, uint32_t parent, uint32_t command)
@@ -84,6 +98,12 @@ static std::string text_of_message(const message_td &message)
             add((get16(bytes, at) == 1 ? "came " : "went ") + std::to_string(get16(bytes, at + 2)) + " " +
                 reinterpret_cast<const char *>(&bytes.at(at + 8)));
         return text;
+    case 5:
+        return "hop " + std::to_string(get32(bytes, 88)) +
+               (get32(bytes, 8) ? " via " + addr_at(bytes, 12) + "/" + std::to_string(get16(bytes, 32)) + of(get16(bytes, 34))
+                                : " lost");
+    case 12:
+        return "all told";
     default:
         throw std::runtime_error("type of a message");
     }
