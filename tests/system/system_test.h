@@ -35,6 +35,7 @@ public:
     /* All the output up to the end. */
     std::string rest();
     void signal(int number) const;
+    int pid() const { return pid_; }
     /* Resident memory in KiB. */
     size_t resident() const;
     /* Exit status, or minus the signal that ended it. */
