@@ -31,7 +31,7 @@ typedef struct __attribute__((packed)) rib_next_hop_update {
     uint32_t nu_metric;        /* 56 of that route */
     uint32_t nu_interface;     /* 60 outgoing interface; RIB_INTERFACE_NONE when no route names one, 0 while it is not reached */
     errcode nu_result;         /* 64 of a synchronous registration: 0, or why it was refused */
-    uint32_t nu_version;       /* 68 low 32 bits of the number of the last change of that route */
+    uint32_t nu_unused_68;     /* 68 */
     uint32_t nu_min_len;       /* 72 prefix length of the registration */
     uint32_t nu_unused_76;     /* 76 */
     uint32_t nu_value;         /* 80 value of the registration; the last argument of the callback */

@@ -54,8 +54,8 @@ struct rib_nh_told_td : rib_next_hop_update {
     using net = rib_net_t<&rib_next_hop_update::nu_flags, &rib_next_hop_update::nu_prefix_len, &rib_next_hop_update::nu_protoid,
                           &rib_next_hop_update::nu_table, &rib_next_hop_update::nu_distance, &rib_next_hop_update::nu_proto_kind,
                           &rib_next_hop_update::nu_metric, &rib_next_hop_update::nu_interface, &rib_next_hop_update::nu_result,
-                          &rib_next_hop_update::nu_version, &rib_next_hop_update::nu_min_len, &rib_next_hop_update::nu_unused_76,
-                          &rib_next_hop_update::nu_value, &rib_next_hop_update::nu_unused_84>;
+                          &rib_next_hop_update::nu_unused_68, &rib_next_hop_update::nu_min_len,
+                          &rib_next_hop_update::nu_unused_76, &rib_next_hop_update::nu_value, &rib_next_hop_update::nu_unused_84>;
 };
 static_assert(sizeof(rib_nh_told_td) == RIB_NEXT_HOP_UPDATE_BYTES && alignof(rib_nh_told_td) == 1);
 static_assert(offsetof(rib_next_hop_update, nu_addr) == 28 && offsetof(rib_next_hop_update, nu_value) == 80);
