@@ -109,4 +109,17 @@ readme() {
     return $status
 }
 
+# The units are sound and confine the server; skipped where systemd is not installed.
+units() {
+    local dir=$prefix/lib/systemd/system
+    command -v systemd-analyze >/dev/null || exit 77
+    # The tree was moved after it was installed, so the path of the program is that of before.
+    grep -Eq "^ExecStart=$scratch/elsewhere/bin/ribd " "$dir/ribd.service"
+    mkdir -p "$scratch/units"
+    sed "s,$scratch/elsewhere,$prefix," "$dir/ribd.service" >"$scratch/units/ribd.service"
+    cp "$dir/ribd.socket" "$scratch/units"
+    systemd-analyze verify --man=no "$scratch/units/ribd.socket" "$scratch/units/ribd.service"
+    systemd-analyze security --offline=true --threshold=15 --no-pager "$scratch/units/ribd.service"
+}
+
 "$1"

@@ -1,6 +1,6 @@
 /*
- * Lets the n-th allocation of a stretch of code fail. The test program is linked with --wrap=malloc and --wrap=calloc, so
- * that the calls of the code under test, and of nothing else, come through here.
+ * Lets the n-th allocation of a stretch of code fail. The test program is linked with --wrap for malloc, calloc and
+ * reallocarray, so that the calls of the code under test, and of nothing else, come through here.
  */
 #pragma once
 
