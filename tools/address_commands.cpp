@@ -5,6 +5,7 @@
 #include "commands.h"
 #include "failure.h"
 #include "results.h"
+#include "show_next_hops.h"
 
 #include <ipv6_rib/next_hop.h>
 
@@ -15,11 +16,6 @@ namespace
 std::string interface_text(uint32_t interface)
 {
     return interface == RIB_INTERFACE_NONE ? "on no interface in particular" : fmt::format("on interface {}", interface);
-}
-
-json interface_json(uint32_t interface)
-{
-    return interface == 0 || interface == RIB_INTERFACE_NONE ? json() : json(interface);
 }
 
 struct address_answers {
@@ -92,9 +88,9 @@ int local_command(const address_options &options, output &out)
     return exit_fine;
 }
 
-int nexthop_command(const address_options &options, output &out)
+int nexthop_command(const nexthop_options &options, output &out)
 {
-    const in6_addr addr = address_argument(options.addr);
+    const in6_addr addr = address_argument(options.addresses.front());
     const rib_connection conn;
     in6_addr nexthop = {};
     uint32_t flags = 0;

@@ -1,5 +1,6 @@
 #include "argument.h"
 
+#include "address_file.h"
 #include "failure.h"
 #include "route_reader.h"
 
@@ -29,6 +30,11 @@ static const char *parse_asked(std::string_view text, ip_prefix *asked)
 in6_addr address_argument(const std::string &text)
 {
     return parsed(text, parse_address);
+}
+
+in6_addr next_hop_argument(const std::string &text)
+{
+    return parsed(text, parse_next_hop);
 }
 
 ip_prefix prefix_argument(const std::string &text)

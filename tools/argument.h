@@ -9,6 +9,8 @@
 #include <string>
 
 in6_addr address_argument(const std::string &text);
+/* One that can be followed as a next hop. */
+in6_addr next_hop_argument(const std::string &text);
 /* A prefix without bits behind its length. */
 ip_prefix prefix_argument(const std::string &text);
 /* A prefix whose further bits are cleared, or an address, which stands for itself. */

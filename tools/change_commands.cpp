@@ -1,10 +1,11 @@
 /*
- * add and del: one route, or one path, by one request.
+ * add and del: one route, or one path, by one exchange.
  */
 #include "argument.h"
 #include "commands.h"
 #include "failure.h"
 #include "results.h"
+#include "route_writer.h"
 
 #include <ipv6_rib/route.h>
 #include <ipv6_rib/route_change.h>
@@ -12,13 +13,8 @@
 namespace
 {
 
-std::string text_of(const protocol_identity &protocol)
-{
-    return fmt::format("{}/{}", protocol.name, protocol.instance);
-}
-
 /* What has become of the protocol's route, by its RIB_ROUTE_*. */
-const char *state_text(uint8_t status)
+const char *state_text(uint32_t status)
 {
     if (status & RIB_ROUTE_BEST)
         return "best now";
@@ -39,56 +35,48 @@ in6_addr nexthop_of(const change_options &options)
     return nexthop;
 }
 
-ipv6_rib_route_add_args arguments_of(const change_options &options)
+route_details details_of(const change_options &options)
 {
-    const ip_prefix prefix = prefix_argument(options.prefix);
-    ipv6_rib_route_add_args args;
-    ipv6_rib_route_add_args_init(&args);
-    args.table = options.table;
-    args.prefix = prefix.addr;
-    args.prefix_len = prefix.len;
-    args.next_hop = nexthop_of(options);
-    args.hop_word2 = options.interface;
-    args.attr_words[0] = options.metric;
-    args.attr_words[1] = options.tag;
-    args.ext_byte = options.distance;
-    args.ext_word = options.replace ? RIB_ROUTE_ADD_REPLACE : 0;
-    return args;
-}
-
-/* The protocol of a route that is to go: one that is there, taken over by this client. */
-rib_protoid_td take_protocol(ipv6_rib_conn_p conn, const protocol_identity &protocol)
-{
-    if (!find_protocol(conn, protocol))
-        fail("no protocol {} is registered", text_of(protocol));
-    return register_protocol(conn, protocol);
+    route_path path = {.nexthop = nexthop_of(options), .interface = options.interface};
+    for (size_t i = 0; i < options.attributes.size(); ++i) {
+        const words_t &words = options.attributes[i];
+        const char *why = words.empty() ? nullptr : set_attribute(attribute_kinds()[i], words, &path.attributes);
+        if (why)
+            fail("{}", why);
+    }
+    route_details details = {
+        .metric = options.metric, .tag = options.tag, .distance = options.distance, .paths = {std::move(path)}};
+    if (const char *why = check_details(details))
+        fail("{}", why);
+    return details;
 }
 
 } // namespace
 
 int add_command(const change_options &options, output &out)
 {
-    ipv6_rib_route_add_args args = arguments_of(options);
-    const std::string prefix = text_of(prefix_argument(options.prefix)), protocol = text_of(options.protocol);
+    const ip_prefix where = prefix_argument(options.prefix);
+    const std::string prefix = text_of(where), protocol = text_of(options.protocol);
+    const route_details details = details_of(options);
     const rib_connection conn;
-    args.conn = conn;
-    args.protoid = register_protocol(conn, options.protocol);
-    uint8_t status = 0;
-    errcode err = 0;
-    const ipv6_rib_route_add_out told = {.status = &status, .err = &err};
-    const int result = ipv6_rib_route_add(&args, &told);
-    if (refused(result))
-        fail("{} was refused: {}", prefix, err ? error_text(err) : ribresulttype_to_string(result));
+    single_batch batch(conn, options.table, register_protocol(conn, options.protocol));
+    if (const std::string why = write_route(batch.buffer(), where, details, options.replace, 0); !why.empty())
+        fail("{} was refused: {}", prefix, why);
+    const rib_batch_route_out &told = batch.send();
+    const int result = told.ro_result, path_result = batch.refused_path();
+    if (refused(result) || refused(path_result))
+        fail("{} was refused: {}", prefix, ribresulttype_to_string(refused(result) ? result : path_result));
+    const in6_addr &nexthop = details.paths[0].nexthop;
     if (out.as_json())
         out.object({{"prefix", prefix},
-                    {"nexthop", text_of(args.next_hop)},
+                    {"nexthop", text_of(nexthop)},
                     {"interface", options.interface},
                     {"protocol", protocol},
                     {"result", ribresulttype_to_string(result)},
-                    {"best", (status & RIB_ROUTE_BEST) != 0}});
+                    {"best", (told.ro_flags & RIB_ROUTE_BEST) != 0}});
     else
-        out.line("{} by {} of {}: {}; {}", prefix, path_text(args.next_hop, options.interface), protocol,
-                 ribresulttype_to_string(result), state_text(status));
+        out.line("{} by {} of {}: {}; {}", prefix, path_text(nexthop, options.interface), protocol,
+                 ribresulttype_to_string(result), state_text(told.ro_flags));
     return exit_fine;
 }
 

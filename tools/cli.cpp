@@ -87,6 +87,7 @@ int ribctl_run(int argc, char **argv)
     app.add_flag("--json", args.as_json, "Print JSON");
     add_table_commands(app, args);
     add_route_commands(app, args);
+    add_identifier_commands(app, args);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {

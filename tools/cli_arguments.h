@@ -22,6 +22,9 @@ struct arguments {
     routes_options routes;
     watch_options watch;
     address_options address;
+    nexthop_options nexthop;
+    sid_options sid;
+    iid_options iid;
     rib_tableid_td table = IPV6_RIB_TABLE_DEFAULT; /* of the commands without options of their own */
     std::function<int(output &)> command;
 };
@@ -37,3 +40,5 @@ void add_kind_option(CLI::App *command, protocol_identity *protocol);
 void add_table_commands(CLI::App &app, arguments &args);
 /* lookup, routes, watch, explain, add, del, local, nexthop, protocols, status */
 void add_route_commands(CLI::App &app, arguments &args);
+/* sid, iid */
+void add_identifier_commands(CLI::App &app, arguments &args);

@@ -58,6 +58,21 @@ static void add_change_options(CLI::App *command, change_options *options)
     add_name_options(command, &options->protocol);
 }
 
+/* Each kind of attribute, "--NAME VALUE,VALUE". */
+static void add_attribute_options(CLI::App *command, std::vector<words_t> *attributes)
+{
+    for (size_t i = 0; i < attributes->size(); ++i) {
+        const attribute_kind &kind = attribute_kinds()[i];
+        std::string name = fmt::format("--{}", kind.name);
+        std::replace(name.begin(), name.end(), '_', '-');
+        command->add_option(name, (*attributes)[i])
+            ->delimiter(',')
+            ->allow_extra_args(false)
+            ->option_text(kind.form)
+            ->group("Attributes of the path");
+    }
+}
+
 static void add_changes(CLI::App &app, arguments &args)
 {
     change_options &options = args.change;
@@ -71,6 +86,7 @@ static void add_changes(CLI::App &app, arguments &args)
     add->add_option("--tag", options.tag, "Tag of the route");
     add->add_flag("--replace", options.replace, "The path takes the place of all that the route has");
     add_kind_option(add, &options.protocol);
+    add_attribute_options(add, &options.attributes);
 
     CLI::App *del = new_command(app, args, "del", "Withdraw a route, or one path of it",
                                 [&](output &out) { return del_command(options, out); });
@@ -78,19 +94,48 @@ static void add_changes(CLI::App &app, arguments &args)
     del->add_option("nexthop", options.nexthop, "Address of the path; without it and --interface all paths are withdrawn");
 }
 
-static void add_address_commands(CLI::App &app, arguments &args)
+static void add_local(CLI::App &app, arguments &args)
 {
     address_options &options = args.address;
-    CLI::App *local = new_command(app, args, "local", "Tell whether an address is local or connected, and the best source for it",
-                                  [&](output &out) { return local_command(options, out); });
-    CLI::App *nexthop = new_command(app, args, "nexthop", "Show the next hop towards an address",
-                                    [&](output &out) { return nexthop_command(options, out); });
-    for (CLI::App *command : {local, nexthop}) {
-        command->add_option("address", options.addr, "ADDRESS")->required();
-        add_table_option(command, &options.table);
-    }
-    nexthop->add_flag("--one-step", options.one_step, "As the longest match has it, reached directly or not");
-    nexthop->add_flag("--no-default", options.no_default, "The default route leads nowhere");
+    CLI::App *command =
+        new_command(app, args, "local", "Tell whether an address is local or connected, and the best source for it",
+                    [&](output &out) { return local_command(options, out); });
+    command->add_option("address", options.addr, "ADDRESS")->required();
+    add_table_option(command, &options.table);
+}
+
+static void check_addresses(const nexthop_options &options)
+{
+    if (options.addresses.empty() && options.file.empty())
+        throw CLI::RequiredError("address");
+    if (options.addresses.size() > 1 && !options.watch)
+        throw CLI::ValidationError("address", "one at a time without --watch");
+}
+
+static void add_nexthop(CLI::App &app, arguments &args)
+{
+    nexthop_options &options = args.nexthop;
+    CLI::App *command =
+        new_command(app, args, "nexthop", "Show the next hop towards an address, or watch next hops", [&](output &out) {
+            return options.watch ? follow_next_hops_command(options, out) : nexthop_command(options, out);
+        });
+    command->add_option("address", options.addresses, "ADDRESS, any number of them with --watch");
+    add_table_option(command, &options.table);
+    CLI::Option *one_step =
+        command->add_flag("--one-step", options.one_step, "As the longest match has it, reached directly or not");
+    CLI::Option *no_default = command->add_flag("--no-default", options.no_default, "The default route leads nowhere");
+    CLI::Option *watch = command->add_flag("--watch", options.watch, "Tell how each address is reached, and every change of it");
+    watch->excludes(one_step)->excludes(no_default);
+    command
+        ->add_option("--file", options.file,
+                     "Watch the addresses of a file too, the first word of each line; - for standard input")
+        ->needs(watch);
+    command->add_option("--min-length", options.least_length, "Routes with shorter prefixes lead nowhere")
+        ->needs(watch)
+        ->check(CLI::Range(0, 128));
+    command->add_flag("--once", options.once, "End when each has been told; fail without a server")->needs(watch);
+    command->add_flag("--no-retry{false}", options.retry, "Fail without a server, and when it is lost")->needs(watch);
+    command->parse_complete_callback([&] { check_addresses(options); });
 }
 
 void add_route_commands(CLI::App &app, arguments &args)
@@ -100,7 +145,8 @@ void add_route_commands(CLI::App &app, arguments &args)
     add_watch(app, args);
     add_explain(app, args);
     add_changes(app, args);
-    add_address_commands(app, args);
+    add_local(app, args);
+    add_nexthop(app, args);
     new_command(app, args, "protocols", "List the registered protocols", [](output &out) { return protocols_command(out); });
     CLI::App *status = new_command(app, args, "status", "Show this client's connection and the state of a table",
                                    [&](output &out) { return status_command(args.table, out); });

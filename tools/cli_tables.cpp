@@ -18,7 +18,8 @@ static void add_load(CLI::App &app, arguments &args)
         load.protocol.hold_seconds = forever ? RIB_PROTO_HOLD_FOREVER : static_cast<uint32_t>(std::stoul(args.hold));
         return load_command(load, out);
     });
-    command->add_option("file", load.file, "Text lines or an MRT table dump, plain, gzip or bzip2; - for standard input")
+    command
+        ->add_option("file", load.file, "Lines of text or JSON, or an MRT table dump, plain, gzip or bzip2; - for standard input")
         ->required();
     add_name_options(command, &load.protocol);
     add_kind_option(command, &load.protocol);

@@ -28,8 +28,20 @@ rib_connection::rib_connection()
     errno = 0;
     if (ipv6_rib_bind(&conn_) >= 0)
         return;
-    const char *why = errno ? std::strerror(errno) : "it refused this client";
-    fail("cannot reach the RIB server: {} (is ribd running? run directory {})", why, run_directory());
+    const int error = errno;
+    const std::string dir = run_directory();
+    switch (error) {
+    case EPERM:
+        fail("the RIB server in {} does not let this user in: its policy forbids it", dir);
+    case EACCES:
+        fail("cannot reach the RIB server: {} or its socket may not be used, or is not trusted: directory and server must belong "
+             "to root, this user or $MSG_CHAN_USER, and the directory be writable by nobody else",
+             dir);
+    case ELOOP:
+        fail("cannot reach the RIB server: {} is a symbolic link, which is not trusted", dir);
+    }
+    const char *why = error ? std::strerror(error) : "it refused this client";
+    fail("cannot reach the RIB server: {} (is ribd running? run directory {})", why, dir);
 }
 
 /* The server's reasons to refuse a registration, in words that fit better than those of the system. */
@@ -86,6 +98,18 @@ rib_protoid_td register_protocol(ipv6_rib_conn_p conn, const protocol_identity &
     if (id == RIB_PROTOID_NONE)
         fail("cannot register protocol {}/{}: {}", identity.name, identity.instance, registration_error(err));
     return id;
+}
+
+rib_protoid_td take_protocol(ipv6_rib_conn_p conn, const protocol_identity &identity)
+{
+    if (!find_protocol(conn, identity))
+        fail("no protocol {} is registered", text_of(identity));
+    return register_protocol(conn, identity);
+}
+
+std::string text_of(const protocol_identity &identity)
+{
+    return fmt::format("{}/{}", identity.name, identity.instance);
 }
 
 /* A name field is terminated only when it is not full. */

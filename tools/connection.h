@@ -41,6 +41,10 @@ std::optional<rib_protoid_td> find_protocol(ipv6_rib_conn_p conn, const protocol
 /* Registering again sets all words of a protocol anew. Fails the command when the server refuses. */
 rib_protoid_td register_protocol(ipv6_rib_conn_p conn, const protocol_identity &identity);
 
+/* The protocol of something that is to go: one that is there, taken over by this client. Fails the command when there is none. */
+rib_protoid_td take_protocol(ipv6_rib_conn_p conn, const protocol_identity &identity);
+std::string text_of(const protocol_identity &identity);
+
 struct protocol_names {
     rib_protoid_td id;
     std::string name, instance; /* both empty when the identifier is not registered */

@@ -168,11 +168,10 @@ private:
 
     route_loader::on_refusal refusal_teller()
     {
-        return [&](const route &what, int route_result, int path_result) {
+        return [&](const route &what, const std::string &why) {
             constexpr unsigned told_in_detail = 10;
             if (refusals_++ < told_in_detail)
-                shown_.message(fmt::format("{} was refused: route {}, path {}", text_of(what.prefix),
-                                           ribresulttype_to_string(route_result), ribresulttype_to_string(path_result)));
+                shown_.message(fmt::format("{} was refused: {}", text_of(what.prefix), why));
         };
     }
 

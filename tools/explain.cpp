@@ -39,14 +39,14 @@ struct shown_route {
     json object;
 };
 
-shown_route shown(const ipv6_routetype &route, const protocol_namer &name, bool as_json)
+shown_route shown(const ipv6_routetype &route, const paths_attributes &attributes, const protocol_namer &name, bool as_json)
 {
     const bool backup_only = (route.rt_state & RIB_ROUTE_BACKUP) != 0;
     const route_rank rank = {backup_only, route.rt_distance, route.rt_metric, route.rt_protoid};
     return {.judged = {rank, name(route.rt_protoid)},
             .forwards = (route.rt_state & RIB_ROUTE_BEST) != 0,
-            .text = as_json ? "" : route_text(route, name),
-            .object = as_json ? route_object(route, name) : json()};
+            .text = as_json ? "" : route_text(route, name, attributes),
+            .object = as_json ? route_object(route, name, attributes) : json()};
 }
 
 /* All routes of the prefix, best first. */
@@ -55,10 +55,10 @@ std::vector<shown_route> routes_for(ipv6_rib_conn_p conn, rib_tableid_td table, 
     const route_filter filter = {.table = table, .range = {prefix, prefix}, .in_a_pass = RIB_PROTOID_COUNT};
     const protocol_namer name = cached_names(conn);
     std::vector<shown_route> routes;
-    for_each_route(conn, filter, [&](const ipv6_routetype &route) {
+    for_each_route(conn, filter, [&](const ipv6_routetype &route, const paths_attributes &attributes) {
         if (!(prefix_of(route) == prefix))
             return false; // the more specific ones begin
-        routes.push_back(shown(route, name, as_json));
+        routes.push_back(shown(route, attributes, name, as_json));
         return true;
     });
     std::sort(routes.begin(), routes.end(),

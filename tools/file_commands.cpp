@@ -5,6 +5,7 @@
 #include "failure.h"
 #include "generator.h"
 #include "interrupt.h"
+#include "route_words.h"
 #include "table_file.h"
 
 #include <cerrno>
@@ -13,11 +14,14 @@
 
 static void print_route(const route &what, output &out)
 {
-    const std::string prefix = text_of(what.prefix), nexthop = text_of(what.nexthop);
-    if (out.as_json())
-        out.object({{"prefix", prefix}, {"nexthop", nexthop}});
-    else
-        out.line("{} {}", prefix, nexthop);
+    if (out.as_json()) {
+        out.object(route_file_object(what));
+        return;
+    }
+    const std::optional<std::string> line = route_file_line(what);
+    if (!line)
+        fail("a line of text cannot hold the paths of {}: use --json", text_of(what.prefix));
+    out.line("{}", *line);
 }
 
 int convert_command(const std::string &file, output &out)

@@ -52,6 +52,14 @@ struct follower::callbacks {
     {
         of(context).guarded([&] { of(context).sink_.marker(source, marker); });
     }
+    static void next_hop(uint32_t, void *told, void *context, uint32_t)
+    {
+        of(context).guarded([&] { of(context).sink_.next_hop(*static_cast<const rib_next_hop_update *>(told)); });
+    }
+    static void next_hops_told(uint32_t table, void *context)
+    {
+        of(context).guarded([&] { of(context).sink_.next_hops_told(table); });
+    }
     /* The name of one that went stays: its routes may still have to be told withdrawn. */
     static void protocol(uint32_t, uint32_t operation, uint16_t id, uint32_t, const char *name, const char *instance,
                          void *context)
@@ -152,12 +160,14 @@ void follower::end()
 
 void follower::ask()
 {
-    const errcode err = options_.source ? ask_for_source() : ask_for_table();
+    const errcode err = follows_next_hops() ? ask_for_next_hops() : options_.source ? ask_for_source() : ask_for_table();
     if (options_.source && err == RIB_SRV_ERR_NOT_FOUND) {
         next_ask_ = clock::now() + 1s;
         wait_for(fmt::format("protocol {}/{}", printable(options_.source->name), printable(options_.source->instance)));
+    } else if (follows_next_hops() && err == ENOSPC) {
+        fail("registering next hops failed: the server keeps no more of them for a client");
     } else if (err) {
-        exchange_failed("registering for redistribution", err);
+        exchange_failed(follows_next_hops() ? "registering next hops" : "registering for redistribution", err);
     } else {
         registered_ = updates_wait_ = true; // the dump may have begun before the event was watched
         waiting_ = false;
@@ -185,14 +195,27 @@ errcode follower::ask_for_source()
     return err ? err : ipv6_rib_redist_enable_rcmd_markers(conn_, name, instance, options_.table);
 }
 
+errcode follower::ask_for_next_hops()
+{
+    errcode err = ipv6_rib_nh_batch_init(conn_, 0);
+    for (auto at = options_.next_hops.begin(); err == 0 && at != options_.next_hops.end(); ++at)
+        err = ipv6_rib_nh_batch_register(conn_, 1, options_.table, &*at, options_.least_length, 0);
+    if (err == 0)
+        err = ipv6_rib_nh_batch_register_converge(conn_, options_.table);
+    return err ? err : ipv6_rib_nh_batch_finish(conn_);
+}
+
 /* A few passes at a time, so that a server which always has more does not keep the caller from looking up. */
 void follower::fetch()
 {
     constexpr uint32_t passes = 4;
     updates_wait_ = false;
+    if (follows_next_hops())
+        names_.clear(); // who follows no routes is not told of protocols that come and go
     errcode err = 0;
     ipv6_rib_fetch_update(conn_, this, &err, RIB_UPDATE_ROUTES, callbacks::route, RIB_UPDATE_DUMP_END, callbacks::dump_end,
                           RIB_UPDATE_SOURCE_MARKER, callbacks::marker, RIB_UPDATE_PROTOCOLS, callbacks::protocol,
+                          RIB_UPDATE_NEXT_HOP, callbacks::next_hop, RIB_UPDATE_NEXT_HOPS_TOLD, callbacks::next_hops_told,
                           RIB_UPDATE_PASS_LIMIT, passes, RIB_UPDATE_END);
     if (err == RIB_LIB_ERR_PASS_LIMIT)
         updates_wait_ = true;

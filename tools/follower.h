@@ -1,12 +1,13 @@
 /*
- * Follows what is redistributed of a table: keeps the process's event connection, registers whenever it is established, fetches
- * what the server has queued and tells it to a sink. Nothing is kept but the names of protocols. One at a time in a process, and
- * one thread for all of it.
+ * Follows what is redistributed of a table, or the way to next hops in it: keeps the process's event connection, registers
+ * whenever it is established, fetches what the server has queued and tells it to a sink. Nothing is kept but the names of
+ * protocols. One at a time in a process, and one thread for all of it.
  */
 #pragma once
 
 #include "connection.h"
 
+#include <ipv6_rib/next_hop_batch.h>
 #include <ipv6_rib/route.h>
 #include <ipv6_rib/update.h>
 
@@ -18,12 +19,15 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 struct follow_options {
     rib_tableid_td table = IPV6_RIB_TABLE_DEFAULT;
     std::optional<protocol_identity> source; /* whose routes; none for everyone's */
     bool best = false;                       /* only the routes that forward */
     bool retry = true;                       /* wait for a server, at the start and when it was lost */
+    std::vector<in6_addr> next_hops = {};    /* if there are any, the way to them is followed instead of routes, */
+    uint32_t least_length = 0;               /* by routes with prefixes of this length at least */
 };
 
 /* Who is told. What is thrown here ends the step that told it. */
@@ -32,13 +36,17 @@ class follow_sink
 public:
     virtual ~follow_sink() = default;
     /* A route that is new or changed, or its withdrawal (RIB_ROUTE_WITHDRAWN); gone afterwards. */
-    virtual void change(const ipv6_routetype &route) = 0;
+    virtual void change(const ipv6_routetype & /* route */) {}
     /* All routes that were there at the registration have been told. source is RIB_PROTOID_NONE for the whole table. */
-    virtual void complete(rib_tableid_td table, rib_protoid_td source) = 0;
+    virtual void complete(rib_tableid_td /* table */, rib_protoid_td /* source */) {}
     /* RIB_MARKER_* of a source. */
     virtual void marker(rib_protoid_td /* source */, uint32_t /* marker */) {}
     virtual void protocol(bool /* came */, rib_protoid_td /* id */) {}
-    /* Behind the first of these all routes are told anew; what went in between is not told. */
+    /* Each next hop once, and then when the way to it has changed; gone afterwards. */
+    virtual void next_hop(const rib_next_hop_update & /* told */) {}
+    /* Each has been told; again when the table has converged, behind the changes made until then. */
+    virtual void next_hops_told(rib_tableid_td /* table */) {}
+    /* Behind the first of these all is told anew; what went in between is not told. */
     virtual void established(uint32_t /* client_id */) {}
     virtual void lost() {}
     /* Once for each time that there is nothing to do but to try again. */
@@ -81,6 +89,8 @@ private:
     void ask();
     errcode ask_for_table();
     errcode ask_for_source();
+    errcode ask_for_next_hops();
+    bool follows_next_hops() const { return !options_.next_hops.empty(); }
     void fetch();
     void wait_for(const std::string &whom);
     void exchange_failed(const char *what, errcode err);

@@ -30,13 +30,12 @@ double rate(uint64_t routes, double in_seconds)
 
 route_loader::on_refusal refusal_teller(progress &shown, json &first)
 {
-    return [&](const route &what, int route_result, int path_result) {
+    return [&](const route &what, const std::string &why) {
         if (first.size() == told_in_detail)
             return;
-        const char *result = ribresulttype_to_string(refused(route_result) ? route_result : path_result);
         const std::string prefix = text_of(what.prefix);
-        shown.message(fmt::format("{} was refused: {}", prefix, result));
-        first.push_back({{"prefix", prefix}, {"nexthop", text_of(what.nexthop)}, {"result", result}});
+        shown.message(fmt::format("{} was refused: {}", prefix, why));
+        first.push_back({{"prefix", prefix}, {"nexthop", text_of(what.nexthop)}, {"result", why}});
     };
 }
 

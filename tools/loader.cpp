@@ -2,9 +2,11 @@
 
 #include "failure.h"
 #include "interrupt.h"
+#include "route_details.h"
 
 route_loader::route_loader(ipv6_rib_conn_p conn, rib_tableid_td table, rib_protoid_td proto, bool small_messages, on_refusal told)
-    : conn_(conn), told_(std::move(told)), buffer_(ipv6_rib_batch_buffer_allocate(small_messages), ipv6_rib_batch_buffer_free),
+    : conn_(conn), told_(std::move(told)), small_(small_messages),
+      buffer_(ipv6_rib_batch_buffer_allocate(small_messages), ipv6_rib_batch_buffer_free),
       reply_(ipv6_rib_batch_args_out_allocate(), ipv6_rib_batch_args_out_free)
 {
     if (!buffer_ || !reply_)
@@ -28,11 +30,47 @@ void route_loader::check(rib_batch_buffer_result result) const
 void route_loader::add(const route &what, uint8_t distance)
 {
     constexpr uint32_t replace_paths = 1;
+    if (what.details) {
+        add_detailed(what, distance);
+        return;
+    }
     make_room();
     check(
         ipv6_rib_batch_buffer_add_route2(buffer_.get(), &what.prefix.addr, what.prefix.len, 0, 0, 0, replace_paths, 0, distance));
     check(ipv6_rib_batch_buffer_add_path(buffer_.get(), 0, 0, &what.nexthop, &in6addr_any, 0, 0, 0));
     waiting_.push_back(what);
+}
+
+/* What the library refuses, or what fits into no message, is found out before it stands in the message. */
+void route_loader::add_detailed(const route &what, uint8_t distance)
+{
+    constexpr bool replace_paths = true;
+    if (!trial_)
+        trial_.reset(ipv6_rib_batch_buffer_allocate(small_));
+    if (!trial_)
+        fail("no memory for a batch");
+    ipv6_rib_batch_buffer_clear(trial_.get());
+    const rib_batch_sizes sizes = sizes_of(*what.details);
+    std::string why = "it fits into no message";
+    if (ipv6_rib_batch_buffer_route_fits2(trial_.get(), &sizes))
+        why = write_route(trial_.get(), what.prefix, *what.details, replace_paths, distance);
+    if (!why.empty()) {
+        refuse(what, why);
+        return;
+    }
+    if (!ipv6_rib_batch_buffer_route_fits2(buffer_.get(), &sizes))
+        flush();
+    why = write_route(buffer_.get(), what.prefix, *what.details, replace_paths, distance);
+    if (!why.empty())
+        fail("{}: {}", text_of(what.prefix), why);
+    waiting_.push_back(what);
+}
+
+void route_loader::refuse(const route &what, const std::string &why)
+{
+    ++counts_.refused;
+    if (told_)
+        told_(what, why);
 }
 
 void route_loader::withdraw(const ip_prefix &what)
@@ -80,32 +118,31 @@ void route_loader::take_result(const rib_batch_route_out *result, size_t index)
 {
     const route &what = waiting_[index];
     const int route_result = result->ro_result;
-    unsigned paths = 0;
+    const size_t expected = what.details ? what.details->paths.size() : 1;
+    size_t paths = 0;
     const int path_result = take_path_results(const_cast<rib_batch_route_out *>(result), &paths);
     counts_.routes.add(route_result);
     if (!(ip_prefix{address_at(&result->ro_prefix), result->ro_prefix_len} == what.prefix)) {
         ++counts_.strayed;
         return;
     }
-    counts_.unanswered += paths == 0;
-    counts_.strayed += paths > 1;
-    if (!refused(route_result) && !refused(path_result))
-        return;
-    ++counts_.refused;
-    if (told_)
-        told_(what, route_result, path_result);
+    counts_.unanswered += paths < expected;
+    counts_.strayed += paths > expected;
+    if (refused(route_result) || refused(path_result))
+        refuse(what, ribresulttype_to_string(refused(route_result) ? route_result : path_result));
 }
 
-/* The last path's result; each route was sent with one. */
-int route_loader::take_path_results(void *route_result, unsigned *count)
+/* The result of the last path that was refused, or of the last one. */
+int route_loader::take_path_results(void *route_result, size_t *count)
 {
     int last = RIB_RESULT_OK;
     for (void *at = ipv6_rib_batch_route_out_first_path(route_result); at;
          at = ipv6_rib_batch_route_out_next_path(route_result, at)) {
         const auto *added = static_cast<const rib_batch_path_out *>(at);
         const auto *withdrawn = static_cast<const rib_batch_path_del_out *>(at);
-        last = added->po_type == 1 ? added->po_result : withdrawn->pd_result;
-        counts_.paths.add(last);
+        const int result = added->po_type == 1 ? added->po_result : withdrawn->pd_result;
+        last = refused(last) && !refused(result) ? last : result;
+        counts_.paths.add(result);
         ++*count;
     }
     return last;

@@ -6,8 +6,8 @@
 
 #include "results.h"
 #include "route_reader.h"
+#include "route_writer.h"
 
-#include <ipv6_rib/batch_route.h>
 #include <ipv6_rib/batch_send.h>
 
 #include <chrono>
@@ -29,13 +29,13 @@ struct load_counts {
 class route_loader
 {
 public:
-    /* Told of each refused route: its result and that of its path. */
-    using on_refusal = std::function<void(const route &what, int route_result, int path_result)>;
+    /* Told of each refused route. */
+    using on_refusal = std::function<void(const route &what, const std::string &why)>;
 
     route_loader(ipv6_rib_conn_p conn, rib_tableid_td table, rib_protoid_td proto, bool small_messages, on_refusal told);
 
-    /* Puts a route in the place of the protocol's route for the prefix; distance 0 is the protocol's. Sends when the batch is
-     * full. */
+    /* Puts a route in the place of the protocol's route for the prefix; distance, for routes without one of their own, 0 for the
+     * protocol's. Sends when the batch is full. */
     void add(const route &what, uint8_t distance = 0);
     /* Withdraws the protocol's route for the prefix, all its paths. */
     void withdraw(const ip_prefix &what);
@@ -46,14 +46,18 @@ public:
 
 private:
     void make_room();
+    void add_detailed(const route &what, uint8_t distance);
+    void refuse(const route &what, const std::string &why);
     void check(rib_batch_buffer_result result) const;
     void walk_results();
     void take_result(const rib_batch_route_out *result, size_t index);
-    int take_path_results(void *route_result, unsigned *count);
+    int take_path_results(void *route_result, size_t *count);
 
     ipv6_rib_conn_p conn_;
     on_refusal told_;
-    std::unique_ptr<rib_batch_buffer, void (*)(rib_batch_buffer *)> buffer_;
+    bool small_;
+    batch_buffer buffer_;
+    batch_buffer trial_ = {nullptr, ipv6_rib_batch_buffer_free}; /* made for the first route with details */
     std::unique_ptr<void, void (*)(void *)> reply_;
     std::vector<route> waiting_; /* the routes of the open message, in order */
     load_counts counts_;

@@ -16,6 +16,8 @@ std::string error_text(errcode code)
         return "there is no connection";
     case RIB_LIB_ERR_CLIENT_INFO:
         return "the names of this node or process are not to be had";
+    case RIB_LIB_ERR_BATCH_SEND:
+        return "it did not reach the server";
     case RIB_SRV_ERR_NOT_FOUND:
         return "the server knows no such entry";
     default:
@@ -23,6 +25,24 @@ std::string error_text(errcode code)
     }
     constexpr errcode system_errors = 4096;
     return code < system_errors ? std::strerror(static_cast<int>(code)) : fmt::format("code {:#010x}", code);
+}
+
+std::string batch_error_text(rib_batch_buffer_result result)
+{
+    switch (result) {
+    case RIB_BATCH_BUFFER_ERROR:
+        return "there is no room for it, or it cannot be had here";
+    case RIB_BATCH_BUFFER_INVALID_TUNNEL:
+        return "its two network identifiers differ";
+    case RIB_BATCH_BUFFER_INVALID_OPCODE:
+        return "the value of a SID's function is 1 to 65534";
+    case RIB_BATCH_BUFFER_INVALID_SID_REQ:
+        return "a SID needs a function";
+    case RIB_BATCH_BUFFER_SID_INTEROP_FAILED:
+        return "there is no such SID format";
+    default:
+        return fmt::format("batch result {}", static_cast<int>(result));
+    }
 }
 
 bool refused(int result)

@@ -5,6 +5,7 @@
 
 #include "output.h"
 
+#include <ipv6_rib/batch.h>
 #include <ipv6_rib/errors.h>
 
 #include <array>
@@ -13,6 +14,8 @@
 
 /* Why an operation failed. */
 std::string error_text(errcode code);
+/* Why a batch did not take something. */
+std::string batch_error_text(rib_batch_buffer_result result);
 /* Whether a RIB result of a route or a path says that it was not taken. */
 bool refused(int result);
 

@@ -64,11 +64,12 @@ private:
         uint32_t walked = 0;
         for (errcode err = ipv6_rib_get_route_get_first_route(pass.routes.get(), &iter, &route); err == 0 && route;
              err = ipv6_rib_get_route_get_next_route(&iter, &route)) {
+            const paths_attributes attributes = attributes_in(*route);
             convert(route);
             at_ = prefix_of(*route);
             ++walked;
             ++told_;
-            if (!tell_(*route))
+            if (!tell_(*route, attributes))
                 return false;
         }
         if (walked != pass.count || walked == 0)

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include "path_attributes.h"
 #include "route_range.h"
 
 #include <ipv6_rib/route_fetch.h>
@@ -21,8 +22,8 @@ struct route_filter {
     uint32_t in_a_pass = 0; /* most routes of one pass, 0 for as many as fit */
 };
 
-/* Tells a route, in host order; it is gone afterwards. Returns whether to go on. */
-using route_teller = absl::FunctionRef<bool(const ipv6_routetype &route)>;
+/* Tells a route, in host order, and the attributes of its paths; both are gone afterwards. Returns whether to go on. */
+using route_teller = absl::FunctionRef<bool(const ipv6_routetype &route, const paths_attributes &attributes)>;
 
 /* Tells the routes in prefix order, those of one prefix in the order of their protocols, and returns how many were told: 0 when
  * nothing matches, or table or protocol is not there. Fails the command when an exchange fails. */

@@ -17,7 +17,10 @@ bool looks_like_mrt(std::span<const uint8_t> start)
 
 std::unique_ptr<route_reader> route_reader_for(input &bytes)
 {
-    return looks_like_mrt(bytes.peek(mrt_header_bytes)) ? mrt_reader(bytes) : text_reader(bytes);
+    const std::span<const uint8_t> start = bytes.peek(mrt_header_bytes);
+    if (looks_like_mrt(start))
+        return mrt_reader(bytes);
+    return !start.empty() && start[0] == '{' ? json_reader(bytes) : text_reader(bytes);
 }
 
 std::string printable(std::string_view text)

@@ -1,5 +1,5 @@
 /*
- * Routes from a file, one after the other: from text lines or from an MRT table dump.
+ * Routes from a file, one after the other: from lines of text or JSON, or from an MRT table dump.
  */
 #pragma once
 
@@ -12,9 +12,12 @@
 #include <string>
 #include <vector>
 
+struct route_details;
+
 struct route {
     ip_prefix prefix;
-    in6_addr nexthop;
+    in6_addr nexthop;                                  /* of the first path */
+    std::shared_ptr<const route_details> details = {}; /* none: one path, and nothing else */
 };
 
 /* What could not be read: the line's number, or the offset of the record in the unpacked data. */
@@ -35,12 +38,13 @@ public:
     virtual std::optional<read_problem> cut() const = 0;
     /* At the end: what was left out on purpose, a sentence each. */
     virtual std::vector<std::string> notes() const { return {}; }
-    /* "text" or "mrt", and what read_problem::position counts: "line" or "byte". */
+    /* "text", "json" or "mrt", and what read_problem::position counts: "line" or "byte". */
     virtual const char *format() const = 0;
     virtual const char *position_unit() const = 0;
 };
 
 std::unique_ptr<route_reader> text_reader(input &bytes);
+std::unique_ptr<route_reader> json_reader(input &bytes);
 std::unique_ptr<route_reader> mrt_reader(input &bytes);
 /* The reader that suits the first bytes. The input must outlive it. */
 std::unique_ptr<route_reader> route_reader_for(input &bytes);

@@ -28,14 +28,15 @@ route_filter filter_of(ipv6_rib_conn_p conn, const routes_options &options)
     return filter;
 }
 
-void print_one(const ipv6_routetype &route, const protocol_namer &name, bool plain, output &out)
+void print_one(const ipv6_routetype &route, const paths_attributes &attributes, const protocol_namer &name, bool plain,
+               output &out)
 {
     if (out.as_json())
-        out.object(route_object(route, name));
+        out.object(route_object(route, name, attributes));
     else if (plain)
         out.line("{} {}", text_of(prefix_of(route)), text_of(nexthop_of(route, 0)));
     else
-        out.line("{}", route_line(route, name));
+        out.line("{}", route_line(route, name, attributes));
 }
 
 } // namespace
@@ -45,8 +46,8 @@ int routes_command(const routes_options &options, output &out)
     const rib_connection conn;
     const route_filter filter = filter_of(conn, options);
     const protocol_namer name = cached_names(conn);
-    const uint64_t count = for_each_route(conn, filter, [&](const ipv6_routetype &route) {
-        print_one(route, name, options.plain, out);
+    const uint64_t count = for_each_route(conn, filter, [&](const ipv6_routetype &route, const paths_attributes &attributes) {
+        print_one(route, attributes, name, options.plain, out);
         return true;
     });
     if (count == 0 && !(status_of(conn, options.table).flags & RIB_TABLE_EXISTS))

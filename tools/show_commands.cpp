@@ -27,18 +27,19 @@ int lookup_command(const lookup_options &options, output &out)
 {
     const ip_prefix asked = asked_argument(options.what);
     const rib_connection conn;
-    const ipv6_routetype *found =
-        options.longer ? look_up_longer(conn, options.table, asked)
-                       : look_up(conn, options.table, asked, options.exact ? RIB_LOOKUP_EXACT : RIB_LOOKUP_LONGEST);
+    paths_attributes attributes;
+    const uint32_t flags = options.exact ? RIB_LOOKUP_EXACT : RIB_LOOKUP_LONGEST;
+    const ipv6_routetype *found = options.longer ? look_up_longer(conn, options.table, asked, &attributes)
+                                                 : look_up(conn, options.table, asked, flags, &attributes);
     if (!found) {
         const char *which = options.longer ? "longer than" : options.exact ? "that is exactly" : "for";
         fail("table {:#010x} has no route {} {}", options.table, which, text_of(asked));
     }
     const protocol_namer name = cached_names(conn);
     if (out.as_json())
-        out.object(route_object(*found, name));
+        out.object(route_object(*found, name, attributes));
     else
-        out.line("{}", route_text(*found, name));
+        out.line("{}", route_text(*found, name, attributes));
     return exit_fine;
 }
 

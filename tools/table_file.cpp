@@ -1,9 +1,8 @@
 #include "table_file.h"
 
-static constexpr size_t told_in_detail = 10;
-
 table_file::table_file(const std::string &name, progress &shown)
-    : name_(name), shown_(shown), bytes_(open_input(name)), reader_(route_reader_for(*bytes_))
+    : name_(name), shown_(shown), bytes_(open_input(name)), reader_(route_reader_for(*bytes_)),
+      problems_(name, reader_->position_unit(), shown)
 {
 }
 
@@ -11,13 +10,8 @@ bool table_file::next(route *into)
 {
     read_problem problem;
     read_status status;
-    while ((status = reader_->next(into, &problem)) == read_status::bad) {
-        ++bad_;
-        if (first_bad_.size() == told_in_detail)
-            continue;
-        shown_.message(fmt::format("{}: {} {}: {}", name_, reader_->position_unit(), problem.position, problem.why));
-        first_bad_.push_back(problem);
-    }
+    while ((status = reader_->next(into, &problem)) == read_status::bad)
+        problems_.add(problem);
     if (status == read_status::end)
         return false;
     ++routes_;
@@ -29,13 +23,10 @@ bool table_file::next(route *into)
 
 void table_file::tell_end() const
 {
-    const char *unit = reader_->position_unit();
-    if (bad_ > first_bad_.size())
-        shown_.message(fmt::format("{}: {} more that could not be read", name_, bad_ - first_bad_.size()));
+    problems_.tell_rest();
     for (const std::string &note : reader_->notes())
-        shown_.message(fmt::format("{}: {}", name_, note));
-    if (const std::optional<read_problem> cut = reader_->cut())
-        shown_.message(fmt::format("{}: it ends too early, at {} {}: {}", name_, unit, cut->position, cut->why));
+        problems_.tell_note(note);
+    problems_.tell_cut(reader_->cut());
 }
 
 std::string table_file::kind() const
@@ -51,14 +42,14 @@ json table_file::problem_object(const read_problem &problem) const
 json table_file::object() const
 {
     json first = json::array();
-    for (const read_problem &problem : first_bad_)
+    for (const read_problem &problem : problems_.first())
         first.push_back(problem_object(problem));
     const std::optional<read_problem> cut = reader_->cut();
     return {{"file", name_},
             {"format", reader_->format()},
             {"packing", bytes_->packing()},
             {"routes", routes_},
-            {"bad", bad_},
+            {"bad", problems_.count()},
             {"first_bad", first},
             {"notes", reader_->notes()},
             {"cut", cut ? problem_object(*cut) : json()}};

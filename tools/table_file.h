@@ -4,13 +4,13 @@
 #pragma once
 
 #include "output.h"
+#include "problem_list.h"
 #include "progress.h"
 #include "route_reader.h"
 
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 class table_file
 {
@@ -22,7 +22,7 @@ public:
     bool next(route *into);
 
     /* At the end. */
-    bool flawless() const { return bad_ == 0 && !reader_->cut(); }
+    bool flawless() const { return problems_.count() == 0 && !reader_->cut(); }
     uint64_t routes() const { return routes_; }
     /* Tells what was cut off or left out. */
     void tell_end() const;
@@ -37,6 +37,6 @@ private:
     progress &shown_;
     std::unique_ptr<input> bytes_;
     std::unique_ptr<route_reader> reader_;
-    uint64_t routes_ = 0, bad_ = 0;
-    std::vector<read_problem> first_bad_;
+    problem_list problems_;
+    uint64_t routes_ = 0;
 };

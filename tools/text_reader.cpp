@@ -1,110 +1,42 @@
 /*
- * Lines of "PREFIX/LEN NEXTHOP". A '#' begins a comment; blank lines are nothing.
+ * Lines of "PREFIX/LEN NEXTHOP", and what else the route has as words "NAME=VALUE".
  */
-#include "route_reader.h"
-
-#include <fmt/format.h>
-
-#include <cstring>
+#include "line_reader.h"
+#include "route_words.h"
 
 namespace
 {
 
-constexpr size_t longest_line = 1024;
-constexpr std::string_view blanks = " \t\r\v\f";
-
-/* Cuts the first word off. */
-std::string_view take_word(std::string_view *rest)
-{
-    rest->remove_prefix(std::min(rest->find_first_not_of(blanks), rest->size()));
-    const std::string_view word = rest->substr(0, rest->find_first_of(blanks));
-    rest->remove_prefix(word.size());
-    return word;
-}
-
 /* NULL, or why the line holds no route. */
 const char *parse_line(std::string_view line, route *into)
 {
-    const std::string_view prefix = take_word(&line), nexthop = take_word(&line), more = take_word(&line);
+    const std::string_view prefix = take_word(&line), nexthop = take_word(&line);
     if (const char *why = parse_prefix(prefix, &into->prefix))
         return why;
     if (nexthop.empty())
         return "the next hop is missing";
     if (parse_address(nexthop, &into->nexthop))
         return "the next hop is not an IPv6 address";
-    if (bits_of(into->nexthop) == 0)
-        return "the next hop is the unspecified address";
-    return more.empty() ? nullptr : "something follows the next hop";
+    if (const char *why = parse_route_words(line, into))
+        return why;
+    return bits_of(into->nexthop) == 0 && !into->details ? "the next hop is the unspecified address" : nullptr;
 }
 
 class text_lines final : public route_reader
 {
 public:
-    explicit text_lines(input &bytes) : bytes_(bytes) {}
+    explicit text_lines(input &bytes) : lines_(bytes) {}
 
     read_status next(route *into, read_problem *problem) override
     {
-        std::string_view line;
-        while (next_line(&line)) {
-            ++number_;
-            const char *why = line.size() > longest_line ? "the line is too long" : nullptr;
-            const std::string_view content = line.substr(0, line.find('#'));
-            const bool blank = !why && content.find_first_not_of(blanks) == content.npos;
-            if (!why && !blank)
-                why = parse_line(content, into);
-            if (why)
-                *problem = {number_, fmt::format("{}: '{}'", why, printable(line))};
-            drop_line(line.size());
-            if (!blank)
-                return why ? read_status::bad : read_status::ok;
-        }
-        return read_status::end;
+        return lines_.next([=](std::string_view line) { return parse_line(line, into); }, problem);
     }
-
-    std::optional<read_problem> cut() const override
-    {
-        if (bytes_.broken().empty())
-            return std::nullopt;
-        return read_problem{number_ + 1, bytes_.broken()};
-    }
+    std::optional<read_problem> cut() const override { return lines_.cut(); }
     const char *format() const override { return "text"; }
     const char *position_unit() const override { return "line"; }
 
 private:
-    /* The next line without its end, not yet consumed; of one that is too long its beginning. */
-    bool next_line(std::string_view *line)
-    {
-        for (size_t seen = 0;;) {
-            const std::span<const uint8_t> data = bytes_.peek(seen + 1);
-            const char *const text = reinterpret_cast<const char *>(data.data());
-            const std::string_view news(text + seen, data.size() - seen);
-            const size_t end = news.find('\n');
-            const bool ended = news.empty();
-            seen = end == news.npos ? data.size() : seen + end;
-            *line = {text, seen};
-            if (end != news.npos || seen > longest_line)
-                return true;
-            if (ended)
-                return seen > 0 && bytes_.broken().empty(); // a line that was cut is none
-        }
-    }
-
-    /* Consumes the line and its end. */
-    void drop_line(size_t len)
-    {
-        bytes_.consume(len);
-        for (;;) {
-            const std::span<const uint8_t> data = bytes_.peek(1);
-            const void *const end = data.empty() ? nullptr : std::memchr(data.data(), '\n', data.size());
-            const size_t rest = end ? static_cast<size_t>(static_cast<const uint8_t *>(end) - data.data()) + 1 : data.size();
-            bytes_.consume(rest);
-            if (end || data.empty())
-                return;
-        }
-    }
-
-    input &bytes_;
-    uint64_t number_ = 0;
+    line_reader lines_;
 };
 
 } // namespace

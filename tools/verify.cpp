@@ -4,7 +4,10 @@
 #include "interrupt.h"
 #include "lookup.h"
 #include "random.h"
+#include "route_details.h"
 #include "route_fetch.h"
+
+#include <algorithm>
 
 namespace
 {
@@ -12,6 +15,24 @@ namespace
 constexpr uint64_t told_in_detail = 10;
 
 enum class finding { right, hidden, wrong };
+
+bool has_path(const ipv6_routetype &found, const route_path &path)
+{
+    for (unsigned i = 0; i < found.rt_path_count; ++i)
+        if (same_address(nexthop_of(found, i), path.nexthop) && found.rt_path[i].path_interface == path.interface)
+            return true;
+    return false;
+}
+
+/* The paths that are expected, in any order, and no other ones. */
+bool has_paths(const ipv6_routetype &found, const route &expected)
+{
+    if (!expected.details)
+        return found.rt_path_count == 1 && same_address(nexthop_of(found, 0), expected.nexthop);
+    const std::vector<route_path> &paths = expected.details->paths;
+    return found.rt_path_count == paths.size() &&
+           std::all_of(paths.begin(), paths.end(), [&](const route_path &path) { return has_path(found, path); });
+}
 
 finding compare(const verify_target &target, const route *expected, const ipv6_routetype *found)
 {
@@ -21,7 +42,7 @@ finding compare(const verify_target &target, const route *expected, const ipv6_r
         return finding::wrong;
     if (found->rt_protoid != target.proto)
         return target.alone ? finding::wrong : finding::hidden;
-    return found->rt_path_count == 1 && same_address(nexthop_of(*found, 0), expected->nexthop) ? finding::right : finding::wrong;
+    return has_paths(*found, *expected) ? finding::right : finding::wrong;
 }
 
 std::string difference(const ip_prefix &asked, const route *expected, const ipv6_routetype *found)
@@ -97,7 +118,7 @@ verify_counts verify_listed(const verify_target &target, std::span<const route> 
         take(target, expected->prefix, &*expected, nullptr, &counts, shown);
         ++expected;
     };
-    for_each_route(target.conn, {.table = target.table}, [&](const ipv6_routetype &found) {
+    for_each_route(target.conn, {.table = target.table}, [&](const ipv6_routetype &found, const paths_attributes &) {
         if (!target.alone && found.rt_protoid != target.proto)
             return true;
         const ip_prefix prefix = prefix_of(found);

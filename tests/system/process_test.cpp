@@ -96,6 +96,52 @@ TEST_F(processes, single_routes_are_changed_and_explained)
     }
 }
 
+/* Attributes, SIDs and IIDs: each command is a client of its own, so what one did stands for the next. */
+TEST_F(processes, attributes_sids_and_iids_outlive_the_command)
+{
+    child_process ribd = start_ribd(dir);
+    ASSERT_TRUE(ribd.await_line("ready"));
+    const std::string listed = dir.path() + "/listed.json";
+    const std::vector<std::string> sid = {"--format", "csid-32-16", "--locator", "2001:db8:1::/48", "--function", "end.x"};
+    const auto with = [](std::vector<std::string> words, const std::vector<std::string> &more) {
+        words.insert(words.end(), more.begin(), more.end());
+        return words;
+    };
+    struct {
+        std::vector<std::string> words;
+        int status;
+        const char *told;
+    } const steps[] = {
+        {{"add", "2001:db8::/32", "fe80::1", "--labels", "16,17", "--ecomms", "rt:65000:1", "--ecomms", "soo:1:2"}, 0, "best"},
+        {{"add", "2001:db8::/32", "fe80::2", "--tunnel", "1:2:3"}, 1, "2001:db8::/32 was refused: tunnel: its two"},
+        {{"lookup", "2001:db8::1"}, 0, "labels 16,17, ecomms rt:65000:1,soo:1:2"},
+        {{"routes"}, 0, "fe80::1 labels 16,17 ecomms rt:65000:1,soo:1:2 from"},
+        {{"sid", "list"}, 0, ""},
+        {with({"sid", "add", "--context", "77"}, sid), 0, "2001:db8:1:e000::/64 for end.x"},
+        {with({"sid", "add"}, sid), 0, "2001:db8:1:e000::/64 for end.x of static/ribctl, function value 0xe000, which it had"},
+        {with({"sid", "add", "--opcode", "0xE000", "--proto", "other"}, sid), 1, "another request has it"},
+        {{"sid", "list"}, 0, "2001:db8:1:e000::/64, function end.x, format csid-32-16, opcode 57344"},
+        {with({"sid", "free"}, sid), 0, "given back"},
+        {with({"sid", "free", "--immediate"}, sid), 1, "it is not held"},
+        {{"iid", "add", "--key", "alpha", "--iid", "5"}, 0, "::ffff:0.0.0.5/128"},
+        {{"iid", "add", "--key", "beta", "--iid", "5"}, 1, "another request has it"},
+        {{"iid", "add", "--form", "sid", "--sid", "2001:db8:1::", "--format", "csid-32-16"}, 0, "2001:db8:fffe:8000::/128"},
+        {{"iid", "add", "--form", "explicit", "--value", "00010203040506070809000b"}, 0, "0:2:1:203:405:607:809:b/128"},
+        {{"iid", "list", "--json"}, 0, R"("form":"sid","iid":32768,"sid":"2001:db8:1::")"},
+        {{"iid", "free", "--key", "alpha", "--proto", "nobody"}, 1, "no protocol nobody/ribctl"},
+        {{"iid", "free", "--key", "alpha"}, 0, "given back"},
+    };
+    for (const auto &step : steps) {
+        const finished done = ribctl(step.words);
+        EXPECT_EQ(done.status, step.status) << step.words[0] << " " << step.words[1] << ": " << done.output;
+        EXPECT_NE(done.output.find(step.told), std::string::npos) << step.words[0] << " " << step.words[1] << ": " << done.output;
+    }
+    std::ofstream(listed) << ribctl({"routes", "--json"}).output;
+    EXPECT_EQ(ribctl({"load", listed, "--proto", "other", "--verify"}).status, 0);
+    EXPECT_NE(ribctl({"routes", "--protocol", "other/ribctl"}).output.find("labels 16,17 ecomms rt:65000:1,soo:1:2"),
+              std::string::npos);
+}
+
 TEST_F(processes, an_active_and_a_standby_server_live_side_by_side)
 {
     child_process active = start_ribd(dir, {"--role", "active"});

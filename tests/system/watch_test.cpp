@@ -1,6 +1,6 @@
 /*
  * ribctl watch as a process of its own beside a server and a producer: through the server's death, and stopped while much
- * changes.
+ * changes. And ribctl nexthop --watch, interrupted in the end.
  */
 #include "system_test.h"
 
@@ -123,5 +123,31 @@ TEST_F(watching, catches_up_after_it_was_stopped_and_costs_the_server_little)
     await_last(producer, &watch, &lines);
     EXPECT_EQ(replayed(lines).size(), prefixes + 1);
     EXPECT_LT(lines.size(), 4 * size_t{prefixes});
+}
+
+TEST_F(watching, tells_how_a_next_hop_is_reached_while_routes_come_change_and_go)
+{
+    child_process ribd = start_ribd(dir);
+    ASSERT_TRUE(ribd.await_line("ready"));
+    child_process watch({ribctl_program(), "--dir", dir.path(), "nexthop", "--watch", "2001:db8::1"});
+    lines_td lines;
+    ASSERT_TRUE(watch.await_line("next hops told", &lines));
+    EXPECT_EQ(lines[1], "- 2001:db8::1 not reached");
+    const std::vector<std::string> command = {ribctl_program(), "--dir", dir.path()};
+    const auto change = [&](std::vector<std::string> words) {
+        words.insert(words.begin(), command.begin(), command.end());
+        EXPECT_EQ(run(words).status, 0);
+    };
+    change({"add", "2001:db8::/32", "fe80::1", "--interface", "3"});
+    EXPECT_TRUE(watch.await_line("+ 2001:db8::1 via fe80::1 interface 3 from static/ribctl, length 32, distance 1, metric 0"));
+    change({"add", "2001:db8::/48", "fe80::2", "--interface", "4", "--metric", "5"});
+    EXPECT_TRUE(watch.await_line("+ 2001:db8::1 via fe80::2 interface 4 from static/ribctl, length 48, distance 1, metric 5"));
+    change({"del", "2001:db8::/48"});
+    EXPECT_TRUE(watch.await_line("via fe80::1 interface 3"));
+    change({"del", "2001:db8::/32"});
+    EXPECT_TRUE(watch.await_line("- 2001:db8::1 not reached"));
+    watch.signal(SIGINT);
+    EXPECT_EQ(watch.rest(), "");
+    EXPECT_EQ(watch.wait(), 0);
 }
 } // namespace

@@ -40,6 +40,12 @@ public:
     {
         words.push_back((came ? "came " : "went ") + (of ? of->name_of(id) : ""));
     }
+    void next_hop(const rib_next_hop_update &told) override
+    {
+        words.push_back(text_of(address_at(told.nu_addr)) +
+                        (told.nu_flags & RIB_NH_REACHED ? " by " + of->name_of(told.nu_protoid) : " not reached"));
+    }
+    void next_hops_told(rib_tableid_td) override { words.push_back("told"); }
     void established(uint32_t) override { words.push_back("established"); }
     void lost() override { words.push_back("lost"); }
     void waits_for(const std::string &whom) override { words.push_back("waits for " + whom.substr(0, whom.find(" (run"))); }
@@ -141,6 +147,40 @@ TEST_F(following, a_protocol_is_waited_for_and_told_with_its_markers)
     ASSERT_EQ(ipv6_rib_protocol_unregister(conn, proto, 0), 0u);
     until(follows, "went static/test");
     EXPECT_EQ(told_.gone, 10u);
+}
+
+TEST_F(following, next_hops_are_told_in_order_and_anew_by_a_server_that_comes_back)
+{
+    constexpr unsigned many = 150; // more than a message holds
+    const protocol_identity connected = {.name = "connected", .instance = "test", .kind = RIB_PROTO_KIND_CONNECTED};
+    follow_options options;
+    for (unsigned i = 1; i <= many; ++i)
+        options.next_hops.push_back(address_of((address_bits{0x20010000 + i} << 96) + i));
+    serve();
+    follower follows(options, told_);
+    told_.of = &follows;
+    until(follows, "told");
+    ASSERT_EQ(told_.words.size(), 1 + many + 1);
+    EXPECT_EQ(told_.words[many], "2001:96::96 not reached");
+    {
+        const rib_connection conn;
+        add(conn, register_protocol(conn, connected), 2);
+    }
+    until(follows, "2001:2::2 by connected/test");
+    EXPECT_EQ(told_.words[many + 2], "2001:1::1 by connected/test");
+    EXPECT_EQ(told_.words.size(), 1 + many + 1 + 2);
+    server_.reset();
+    until(follows, "waits for the RIB server");
+    serve();
+    {
+        const rib_connection conn;
+        add(conn, register_protocol(conn, {.name = "connected", .instance = "another", .kind = RIB_PROTO_KIND_CONNECTED}), 1);
+    }
+    told_.words.clear();
+    until(follows, "told");
+    EXPECT_EQ(told_.words[1], "2001:1::1 by connected/another");
+    EXPECT_EQ(told_.words[2], "2001:2::2 not reached");
+    EXPECT_EQ(told_.words.size(), 1 + many + 1);
 }
 
 TEST_F(following, fails_without_a_server_when_it_shall_not_wait)

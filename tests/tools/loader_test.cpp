@@ -8,6 +8,8 @@
 #include "tools/generator.h"
 #include "tools/lookup.h"
 #include "tools/route_fetch.h"
+#include "tools/route_words.h"
+#include "tools/show_routes.h"
 #include "tools/verify.h"
 
 #include <gtest/gtest.h>
@@ -42,9 +44,8 @@ protected:
     verify_target target() const { return {*conn_, IPV6_RIB_TABLE_DEFAULT, proto_, true}; }
     route_loader make(bool small)
     {
-        return {*conn_, IPV6_RIB_TABLE_DEFAULT, proto_, small, [this](const route &what, int route_result, int) {
-                    refused_.push_back(text_of(what.prefix) + " " + std::to_string(route_result));
-                }};
+        return {*conn_, IPV6_RIB_TABLE_DEFAULT, proto_, small,
+                [this](const route &what, const std::string &why) { refused_.push_back(text_of(what.prefix) + " " + why); }};
     }
     static void add_all(route_loader &into, const std::vector<route> &routes)
     {
@@ -92,7 +93,7 @@ TEST_F(loader, refusals_are_told_one_by_one)
     add_all(into, routes);
     EXPECT_EQ(into.counts().refused, 50u);
     ASSERT_EQ(refused_.size(), 50u);
-    EXPECT_EQ(refused_.back(), text_of(routes.back().prefix) + " " + std::to_string(RIB_RESULT_ROUTE_LIMIT));
+    EXPECT_EQ(refused_.back(), text_of(routes.back().prefix) + " " + ribresulttype_to_string(RIB_RESULT_ROUTE_LIMIT));
 }
 
 TEST_F(loader, verification_finds_what_differs)
@@ -145,7 +146,7 @@ TEST_F(loader, a_listing_finds_what_matches_in_passes_of_any_size)
         for (const uint32_t in_a_pass : {1u, 7u, 0u}) {
             filter.in_a_pass = in_a_pass;
             std::vector<std::string> got;
-            for_each_route(*conn_, filter, [&](const ipv6_routetype &one) {
+            for_each_route(*conn_, filter, [&](const ipv6_routetype &one, const paths_attributes &) {
                 got.push_back(line(prefix_of(one), one.rt_protoid));
                 return true;
             });
@@ -161,14 +162,81 @@ TEST_F(loader, a_listing_ends_when_it_is_told_to_or_the_rest_goes)
     add_all(into, routes);
     const route_filter by_ten = {.in_a_pass = 10};
     unsigned told = 0;
-    EXPECT_EQ(for_each_route(*conn_, by_ten, [&](const ipv6_routetype &) { return ++told < 15; }), 15u);
+    EXPECT_EQ(for_each_route(*conn_, by_ten, [&](const ipv6_routetype &, const paths_attributes &) { return ++told < 15; }), 15u);
     EXPECT_EQ(for_each_route(*conn_, by_ten,
-                             [&](const ipv6_routetype &) {
+                             [&](const ipv6_routetype &, const paths_attributes &) {
                                  for (const route &one : routes)
                                      into.withdraw(one.prefix);
                                  into.flush();
                                  return true;
                              }),
               10u);
-    EXPECT_EQ(for_each_route(*conn_, by_ten, [](const ipv6_routetype &) { return true; }), 0u);
+    EXPECT_EQ(for_each_route(*conn_, by_ten, [](const ipv6_routetype &, const paths_attributes &) { return true; }), 0u);
+}
+
+/* What is read from a printed object, in the form of a file. */
+static std::string loaded_again(const json &printed)
+{
+    route read = {};
+    EXPECT_STREQ(parse_route_object(json::parse(printed.dump()), &read), nullptr);
+    return route_file_object(read).dump();
+}
+
+/* What a listing, and a lookup, tell of a route can be loaded, and makes the same route. */
+TEST_F(loader, attributes_go_through_the_server_and_back)
+{
+    static const char *const objects[] = {
+        R"({"prefix":"2001:db8::/32","metric":10,"tag":3,"distance":7,"paths":[)"
+        R"({"nexthop":"fe80::1","backup":false,"interface":4,"nexthop_table":5,"labels":[16,17],"binding_label":18,)"
+        R"("ecomms":["rt:65000:1","0102030405060708"],"nnh":["2:3","1:2"],"intf":9,"encap":"h.encaps.red",)"
+        R"("sids":["2001:db8::1/csid-48-16@end.x","::2"],"l2_info":"000102030405060708090a0b0c0d0e0f","via_sid":"::1/64",)"
+        R"("group":8,"tunnel":"5:7:7","via_aft":"000102030405060708090a0b0c0d0e0f1011121314151617","segment_list":"2:9",)"
+        R"("mvpn":"000102030405060708090a0b0c0d0e0f1011121314151617","path_rt":"0102030405060708",)"
+        R"("vrf_import_rt":"0202030405060708","source_as_rt":"0302030405060708","source_rd":"0402030405060708",)"
+        R"("seg_nh":"0502030405060708"},)"
+        R"({"nexthop":"fe80::2","backup":false,"metric":6,"labels":[16],"ecomms":["soo:1:2"]},)"
+        R"({"nexthop":"fe80::3","backup":false,"metric":7}]})",
+        R"({"prefix":"2001:db9::/32","distance":7,"paths":[{"nexthop":"fe80::1","backup":true},)"
+        R"({"nexthop":"fe80::2","backup":true,"group":1}]})",
+    };
+    const protocol_namer name = cached_names(*conn_);
+    for (const bool small : {true, false}) {
+        route_loader into = make(small);
+        for (const char *text : objects) {
+            route sent;
+            ASSERT_EQ(parse_route_object(json::parse(text), &sent), nullptr);
+            into.add(sent);
+            into.flush();
+            paths_attributes attributes;
+            const ipv6_routetype *found = look_up(*conn_, IPV6_RIB_TABLE_DEFAULT, sent.prefix, RIB_LOOKUP_EXACT, &attributes);
+            ASSERT_TRUE(found);
+            EXPECT_EQ(loaded_again(route_object(*found, name, attributes)), text);
+        }
+        EXPECT_TRUE(into.counts().all_well());
+        size_t index = 0;
+        for_each_route(*conn_, {}, [&](const ipv6_routetype &found, const paths_attributes &attributes) {
+            EXPECT_EQ(loaded_again(route_object(found, name, attributes)), objects[index++]);
+            return true;
+        });
+        EXPECT_EQ(index, std::size(objects));
+    }
+}
+
+TEST_F(loader, a_route_that_cannot_be_sent_is_refused_and_the_others_go)
+{
+    route differing, large, good;
+    ASSERT_EQ(parse_route_object({{"prefix", "::/0"}, {"nexthop", "::1"}, {"tunnel", "1:2:3"}}, &differing), nullptr);
+    json paths = json::array();
+    const std::vector<std::string> many(512, "1:2");
+    for (int i = 1; i <= 128; ++i)
+        paths.push_back({{"nexthop", fmt::format("::{:x}", i)}, {"nnh", many}});
+    ASSERT_EQ(parse_route_object({{"prefix", "::/1"}, {"paths", paths}}, &large), nullptr);
+    ASSERT_EQ(parse_route_object({{"prefix", "::/2"}, {"nexthop", "::1"}, {"labels", "16"}}, &good), nullptr);
+    route_loader into = make(false);
+    add_all(into, {good, differing, large, good});
+    EXPECT_EQ(refused_,
+              (std::vector<std::string>{"::/0 tunnel: its two network identifiers differ", "::/1 it fits into no message"}));
+    EXPECT_EQ(into.counts().refused, 2u);
+    EXPECT_EQ(into.counts().sent, 2u);
+    EXPECT_EQ(into.counts().unanswered + into.counts().strayed, 0u);
 }

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "tests/support/hex.h"
-#include "tools/route_reader.h"
+#include "tools/route_words.h"
 
 #include <algorithm>
 #include <cstring>
@@ -45,7 +45,8 @@ inline std::string drained(input &from)
     return all;
 }
 
-/* What a reader makes of bytes, a line each: "PREFIX NEXTHOP" or "!POSITION WHY", at the end "cut POSITION WHY" and the notes. */
+/* What a reader makes of bytes, a line each: "PREFIX NEXTHOP NAME=VALUE" or JSON, or "!POSITION WHY", at the end "cut POSITION
+ * WHY" and the notes. */
 inline std::vector<std::string> read_all(route_reader &reader)
 {
     std::vector<std::string> told;
@@ -53,7 +54,7 @@ inline std::vector<std::string> read_all(route_reader &reader)
     read_problem problem;
     for (read_status status; (status = reader.next(&read, &problem)) != read_status::end;) {
         if (status == read_status::ok)
-            told.push_back(text_of(read.prefix) + " " + text_of(read.nexthop));
+            told.push_back(route_file_line(read).value_or(route_file_object(read).dump()));
         else
             told.push_back("!" + std::to_string(problem.position) + " " + problem.why);
     }

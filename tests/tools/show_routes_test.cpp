@@ -55,10 +55,10 @@ TEST(show_routes, text)
 {
     ipv6_routetype route = held_route();
     EXPECT_EQ(route_line(route, named),
-              "2001:db8::/32 via fe80::1 interface 7, ::2 backup from p3, distance 20, metric 5, not best, held");
+              "2001:db8::/32 via fe80::1 interface 7, ::2 labels 16 backup from p3, distance 20, metric 5, not best, held");
     EXPECT_EQ(route_text(route, named), "2001:db8::/32 from p3, distance 20, metric 5, held for a client that is gone\n"
                                         "    via fe80::1, interface 7, metric 6\n"
-                                        "    via ::2, metric 6, label 16, backup");
+                                        "    via ::2, metric 6, labels 16, backup");
     two_advertisers both;
     route.rt_advertisers = reinterpret_cast<rib_advertisers *>(&both);
     route.rt_state = RIB_ROUTE_BEST;
@@ -71,7 +71,7 @@ TEST(show_routes, text)
     EXPECT_EQ(route_object(route, named),
               json::parse(R"({"prefix": "2001:db8::/32", "protocol": "p3", "protocol_id": 3, "distance": 20, "metric": 5,
                               "tag": 8, "best": true, "held": false, "paths": [{"nexthop": "fe80::1", "interface": 7,
-                              "metric": 6, "backup": false, "label": null}], "advertised_by": ["p4", "p9"]})"));
+                              "metric": 6, "backup": false}], "advertised_by": ["p4", "p9"]})"));
 }
 
 TEST(explain, reasons)

@@ -20,8 +20,7 @@ struct change_case {
 const change_case changes[] = {
     {"a route in the form of a listing", RIB_ROUTE_BEST, 3, "+ 2001:db8::/32 via fe80::1 from p3, distance 20, metric 5",
      R"({"event": "route", "prefix": "2001:db8::/32", "protocol": "p3", "protocol_id": 3, "distance": 20, "metric": 5, "tag": 0,
-         "best": true, "held": false, "paths": [{"nexthop": "fe80::1", "interface": 0, "metric": 6, "backup": false,
-         "label": null}], "advertised_by": []})"},
+         "best": true, "held": false, "paths": [{"nexthop": "fe80::1", "interface": 0, "metric": 6, "backup": false}], "advertised_by": []})"},
     {"a withdrawal of a protocol", RIB_ROUTE_WITHDRAWN, 3, "- 2001:db8::/32 from p3",
      R"({"event": "withdraw", "prefix": "2001:db8::/32", "protocol": "p3", "protocol_id": 3})"},
     {"a withdrawal of the best route", RIB_ROUTE_WITHDRAWN, RIB_PROTOID_NONE, "- 2001:db8::/32",

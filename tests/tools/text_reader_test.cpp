@@ -25,7 +25,7 @@ const line_case cases[] = {
     {"bits behind the length", "::1/64 ::1\n", "!1 the prefix has bits set behind its length: '::1/64 ::1'"},
     {"a next hop of another family", "::/0 1.2.3.4\n", "!1 the next hop is not an IPv6 address: '::/0 1.2.3.4'"},
     {"no gateway at all", "::/0 ::\n", "!1 the next hop is the unspecified address: '::/0 ::'"},
-    {"more words", "::/0 ::1 x\n", "!1 something follows the next hop: '::/0 ::1 x'"},
+    {"more words", "::/0 ::1 x\n", "!1 something that is no NAME=VALUE follows the next hop: '::/0 ::1 x'"},
     {"bytes that are no text", "\x1b[2J\xff\n", "!1 not an IPv6 prefix: the length is missing: '\\x1b[2J\\xff'"},
 };
 
