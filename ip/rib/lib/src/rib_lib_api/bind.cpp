@@ -97,12 +97,12 @@ static int32_t bind_record(event_manager_t *evm, ip_rib_conn_p *conn, const char
 int32_t rib_client_bind_internal(event_manager_t *evm, ip_rib_conn_p *conn, const char *path, uint32_t afi, uint64_t context,
                                  const msg_chan_version_t *version)
 {
-    if (const int error = pthread_rwlock_wrlock(&rib_bind_mutex)) {
+    if (const int error = rib_rwlock_wrlock(&rib_bind_mutex)) {
         rib_log_lock("rib_client_bind_internal", "lock bind mutex", error);
         return -1;
     }
     const int32_t connid = bind_record(evm, conn, path, afi, context, version);
-    if (const int error = pthread_rwlock_unlock(&rib_bind_mutex))
+    if (const int error = rib_rwlock_unlock(&rib_bind_mutex))
         rib_log_lock("rib_client_bind_internal", "unlock bind mutex", error);
     return connid;
 }
@@ -125,7 +125,7 @@ static int32_t rebind_record(ip_rib_conn_p conn, const char *path)
 
 int32_t rib_client_rebind(ip_rib_conn_p conn, const char *path, [[maybe_unused]] uint32_t afi)
 {
-    if (const int error = pthread_rwlock_wrlock(&rib_bind_mutex)) {
+    if (const int error = rib_rwlock_wrlock(&rib_bind_mutex)) {
         rib_log_lock("rib_client_rebind", "lock bind mutex", error);
         return -1;
     }
@@ -135,11 +135,11 @@ int32_t rib_client_rebind(ip_rib_conn_p conn, const char *path, [[maybe_unused]]
             rib_log_lock("rib_client_rebind", "lock", error);
         } else {
             connid = rebind_record(conn, path);
-            if (const int unlock_error = pthread_mutex_unlock(&conn->lock))
+            if (const int unlock_error = rib_mutex_unlock(&conn->lock))
                 rib_log_lock("rib_client_rebind", "unlock", unlock_error);
         }
     }
-    if (const int error = pthread_rwlock_unlock(&rib_bind_mutex))
+    if (const int error = rib_rwlock_unlock(&rib_bind_mutex))
         rib_log_lock("rib_client_rebind", "unlock bind mutex", error);
     return connid;
 }
@@ -158,14 +158,14 @@ static void unbind_record(ip_rib_conn_p conn)
         rib_log_unbind("disconnect", errno);
     conn->conn = 0;
     event_pulse_ptr_set(&conn->event, nullptr, 0);
-    require(pthread_mutex_unlock(&conn->lock), "unlock");
+    require(rib_mutex_unlock(&conn->lock), "unlock");
     require(pthread_mutex_destroy(&conn->lock), "destroy");
     rib_client_free_client_struct(&conn);
 }
 
 void rib_client_unbind(ip_rib_conn_p *conn)
 {
-    if (const int error = pthread_rwlock_wrlock(&rib_bind_mutex)) {
+    if (const int error = rib_rwlock_wrlock(&rib_bind_mutex)) {
         rib_log_lock("rib_client_unbind", "lock bind mutex", error);
         return;
     }
@@ -175,6 +175,6 @@ void rib_client_unbind(ip_rib_conn_p *conn)
         rib_client_forget_connected(record);
         unbind_record(record);
     }
-    if (const int error = pthread_rwlock_unlock(&rib_bind_mutex))
+    if (const int error = rib_rwlock_unlock(&rib_bind_mutex))
         rib_log_lock("rib_client_unbind", "unlock bind mutex", error);
 }

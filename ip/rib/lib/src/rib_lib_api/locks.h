@@ -1,5 +1,6 @@
 /*
- * The bind mutex and the connections' locks. The order in which they are taken is told in docs/locking.md.
+ * The bind mutex and the connections' locks, and how every lock of the library is taken. The order is told in
+ * docs/locking.md; without NDEBUG, taking one against it is fatal.
  *
  * A thread that has to wait for a connection's lock tells the blocked-thread diagnostics under the name of its function,
  * only while it really waits.
@@ -25,8 +26,14 @@ int rib_client_mutex_lock(ip_rib_conn_p conn);
 int rib_client_mutex_only_lock_inline(ip_rib_conn_p conn);
 int rib_client_mutex_only_unlock(ip_rib_conn_p conn);
 
+/* The pthread functions, for the bind mutex and the registry lock. */
+int rib_rwlock_rdlock(pthread_rwlock_t *lock);
+int rib_rwlock_wrlock(pthread_rwlock_t *lock);
+int rib_rwlock_unlock(pthread_rwlock_t *lock);
+
 /* Takes a mutex in the name of a function, which is told while it waits. 0, or the mutex's error. */
 int rib_mutex_lock_as(pthread_mutex_t *mutex, const char *who, unsigned line);
+int rib_mutex_unlock(pthread_mutex_t *mutex);
 
 /* Runs work under the connection locks. Its result stands even when the unlock fails, which is only logged. */
 template <class result, class work_t>

@@ -10,6 +10,7 @@
 
 #include "../rib_fatal.h"
 #include "../rib_owned.h"
+#include "locks.h"
 #include "messages.h"
 
 struct event_slot {
@@ -40,24 +41,24 @@ static event_slot *slot_of(event_manager_t *evm)
 
 struct sigevent *rib_client_find_sigevent(event_manager_t *evm)
 {
-    require(pthread_rwlock_rdlock(&registry_lock), "rib_client_find_sigevent", "rdlock");
+    require(rib_rwlock_rdlock(&registry_lock), "rib_client_find_sigevent", "rdlock");
     const event_slot *slot = slot_of(evm);
     struct sigevent *event = slot ? slot->event : nullptr;
-    require(pthread_rwlock_unlock(&registry_lock), "rib_client_find_sigevent", "unlock");
+    require(rib_rwlock_unlock(&registry_lock), "rib_client_find_sigevent", "unlock");
     return event;
 }
 
 bool rib_client_take_sigevent(event_manager_t *evm, ip_rib_conn_p conn)
 {
     /* Only binds come here and they exclude one another, so the read lock is enough to set the pulse value. */
-    require(pthread_rwlock_rdlock(&registry_lock), "rib_client_take_sigevent", "rdlock");
+    require(rib_rwlock_rdlock(&registry_lock), "rib_client_take_sigevent", "rdlock");
     const event_slot *slot = slot_of(evm);
     const bool found = slot && slot->event;
     if (found) {
         event_pulse_ptr_set(slot->event, conn, 0);
         conn->event = *slot->event;
     }
-    require(pthread_rwlock_unlock(&registry_lock), "rib_client_take_sigevent", "unlock");
+    require(rib_rwlock_unlock(&registry_lock), "rib_client_take_sigevent", "unlock");
     return found;
 }
 
@@ -91,15 +92,15 @@ errcode rib_client_add_sigevent(event_manager_t *evm, uint32_t code, event_handl
         return EINVAL;
     if (const errcode failed = event_init_sigevent(evm, attached, 0, 0, event.get()))
         return failed == nothing_to_set_up ? 0 : failed;
-    require(pthread_rwlock_wrlock(&registry_lock), "rib_client_add_sigevent", "wrlock");
+    require(rib_rwlock_wrlock(&registry_lock), "rib_client_add_sigevent", "wrlock");
     const errcode entered = enter(evm, std::move(event));
-    require(pthread_rwlock_unlock(&registry_lock), "rib_client_add_sigevent", "unlock");
+    require(rib_rwlock_unlock(&registry_lock), "rib_client_add_sigevent", "unlock");
     return entered;
 }
 
 errcode rib_client_remove_sigevent(event_manager_t *evm)
 {
-    require(pthread_rwlock_wrlock(&registry_lock), "rib_client_remove_sigevent", "wrlock");
+    require(rib_rwlock_wrlock(&registry_lock), "rib_client_remove_sigevent", "wrlock");
     errcode result = RIB_LIB_ERR_SIGEVENT_TABLE;
     for (event_slot &slot : registry) {
         if (slot.evm != evm)
@@ -108,6 +109,6 @@ errcode rib_client_remove_sigevent(event_manager_t *evm)
         slot = {};
         result = 0;
     }
-    require(pthread_rwlock_unlock(&registry_lock), "rib_client_remove_sigevent", "unlock");
+    require(rib_rwlock_unlock(&registry_lock), "rib_client_remove_sigevent", "unlock");
     return result;
 }

@@ -31,7 +31,7 @@ int rib_client_read_buf_lock_with_error(errcode *code, const char *who)
 
 int rib_client_read_buf_unlock_with_error(errcode *code, const char *who)
 {
-    return tell(pthread_mutex_unlock(&rib_client_read_buf_pool_instance.mutex), code, who, "buf unlock");
+    return tell(rib_mutex_unlock(&rib_client_read_buf_pool_instance.mutex), code, who, "buf unlock");
 }
 
 static void *new_buffer()

@@ -8,6 +8,7 @@
 
 #include "../rib_fatal.h"
 #include "ip/rib/wire/redistribution.h"
+#include "locks.h"
 #include "names.h"
 #include "request.h"
 
@@ -17,7 +18,8 @@ bool rib_client_parent_datum(ip_rib_conn_p parent, uint32_t *datum)
     if (!parent)
         return true;
     msg_clinfo_datum_h kept = nullptr;
-    if (msg_conn_get_datum(parent->conn, &kept) != 0)
+    if (!rib_client_locked(parent, "rib_client_parent_datum", false,
+                           [&] { return msg_conn_get_datum(parent->conn, &kept) == 0; }))
         return false;
     *datum = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(kept));
     return true;
@@ -47,9 +49,16 @@ rib_protoid_td rib_client_redist_protocol_common(ip_rib_conn_p conn, const char 
     if (!rib_client_parent_datum(parent, &datum))
         return rib_report(err, EINVAL), RIB_PROTOID_NONE;
     body.rr_parent = datum;
-    if (rib_report(err, rib_exchange(conn, body, reply.get())) != 0)
+    int saved = 0;
+    /* The id is kept before the lock is let go: with a rebind in between it would go to a channel that it is not of. */
+    const errcode code = rib_client_locked<errcode>(conn, "rib_client_lwm_send", RIB_LIB_ERR_NO_CONNECTION, [&] {
+        const errcode answer = rib_exchange(conn, body, reply.get(), rib_redist_reply_td::room, rib_client_lwm_send_no_lock);
+        if (answer == 0)
+            saved = msg_conn_save_datum(conn->conn, datum_of(reply.get()->rr_client_id));
+        return answer;
+    });
+    if (rib_report(err, code) != 0)
         return RIB_PROTOID_NONE;
-    const int saved = msg_conn_save_datum(conn->conn, datum_of(reply.get()->rr_client_id));
     rib_fatal_unless(saved == 0, "0 == msg_conn_save_datum(conn->conn, (msg_clinfo_datum_h)reply->client_id)");
     return reply.get()->protoid;
 }
