@@ -39,7 +39,7 @@ errcode last_errno()
     return static_cast<errcode>(errno);
 }
 
-template <auto bind_function> fault_outcome bind_and_unbind(fault_rig &)
+template <auto bind_function> fault_outcome bind_and_unbind(fault_client &)
 {
     ipv6_rib_conn_p conn = nullptr;
     if (bind_function(&conn) < 0)
@@ -49,14 +49,14 @@ template <auto bind_function> fault_outcome bind_and_unbind(fault_rig &)
     return {0, answer};
 }
 
-fault_outcome rebind(fault_rig &rig)
+fault_outcome rebind(fault_client &rig)
 {
     return {ipv6_rib_rebind(rig.conn) < 0 ? FAILED : 0};
 }
 
 void ignore_event(void *, uint32_t, void *) {}
 
-fault_outcome notify(fault_rig &)
+fault_outcome notify(fault_client &)
 {
     const manager_ptr manager(event_manager_create(), event_manager_destroy);
     if (!manager)
@@ -75,7 +75,7 @@ void on_connect(uint32_t event, ipv6_rib_conn_p, uint32_t)
 }
 
 /* The first attempt; when it fails the next one is a second away. */
-fault_outcome connect_client(fault_rig &)
+fault_outcome connect_client(fault_client &)
 {
     const manager_ptr manager(event_manager_create(), event_manager_destroy);
     if (!manager)
@@ -127,7 +127,7 @@ errcode ask_for_table(ipv6_rib_conn_p conn)
     return ipv6_rib_redist_batch_finish(conn, &count);
 }
 
-fault_outcome redist_and_fetch(fault_rig &rig)
+fault_outcome redist_and_fetch(fault_client &rig)
 {
     told_routes told;
     errcode code = ask_for_table(rig.conn);
@@ -149,7 +149,7 @@ errcode fetch_on_pulse(event_manager_t *manager, ipv6_rib_conn_p conn, const uns
     return pulses == 0 ? NO_PULSE : told->fetch(conn);
 }
 
-fault_outcome wait_for_pulse(fault_rig &)
+fault_outcome wait_for_pulse(fault_client &)
 {
     const manager_ptr manager(event_manager_create(), event_manager_destroy);
     if (!manager)
@@ -168,7 +168,7 @@ fault_outcome wait_for_pulse(fault_rig &)
     return coded(code, told.text());
 }
 
-fault_outcome register_protocol_2(fault_rig &rig)
+fault_outcome register_protocol_2(fault_client &rig)
 {
     const rib_register_protocol_in in = {.proto_name = "subject", .instance_name = "second"};
     errcode code = FAILED;
@@ -176,7 +176,7 @@ fault_outcome register_protocol_2(fault_rig &rig)
     return {code};
 }
 
-fault_outcome protocol_names(fault_rig &rig)
+fault_outcome protocol_names(fault_client &rig)
 {
     char names[96][RIB_PROTO_NAME_PAIR] = {};
     const errcode code = ipv6_rib_batch_protoid_to_proto_info(rig.conn, 0, &rig.protoid, 1, names);
@@ -184,7 +184,7 @@ fault_outcome protocol_names(fault_rig &rig)
 }
 
 /* The lookups, for addresses whose best route never changes. */
-template <auto look> fault_outcome lookup(fault_rig &rig)
+template <auto look> fault_outcome lookup(fault_client &rig)
 {
     const auto route = std::make_unique<ipv6_routetype>();
     errcode code = FAILED;
@@ -214,7 +214,7 @@ int look_in_range(ipv6_rib_conn_p conn, ipv6_routetype *route, errcode *code)
     return ipv6_rib_route_lookup_longer_range_internal(conn, TABLE, &asked, 8, 60, route, code);
 }
 
-fault_outcome list_routes(fault_rig &rig)
+fault_outcome list_routes(fault_client &rig)
 {
     uint32_t flag = RIB_FETCH_FROM_START, count = 0;
     void *routes = nullptr;
@@ -243,7 +243,7 @@ void fill(rib_batch_buffer *buffer, rib_protoid_td protoid)
     }
 }
 
-fault_outcome send_batch(fault_rig &rig)
+fault_outcome send_batch(fault_client &rig)
 {
     const buffer_ptr buffer(ipv6_rib_batch_buffer_allocate(0), ipv6_rib_batch_buffer_free);
     const area_ptr reply(ipv6_rib_batch_args_out_allocate(), ipv6_rib_batch_args_out_free);
@@ -261,11 +261,12 @@ fault_outcome send_batch(fault_rig &rig)
     return coded(status > 0 ? 0 : static_cast<errcode>(status), done);
 }
 
-fault_outcome send_protocols(fault_rig &rig)
+fault_outcome send_protocols(fault_client &rig)
 {
     const chain_ptr chain(ipv6_rib_batch_proto_buffer_allocate(20), ipv6_rib_batch_proto_buffer_free);
     if (!chain)
         return {NO_MEMORY};
+    ipv6_rib_batch_proto_buffer_init(chain.get());
     const rib_register_protocol_in in = {.instance_name = "third"};
     EXPECT_EQ(ipv6_rib_batch_buffer_add_proto(chain.get(), &in), RIB_BATCH_BUFFER_OK);
     rib_proto_result results[20] = {};
@@ -274,7 +275,7 @@ fault_outcome send_protocols(fault_rig &rig)
     return coded(status > 0 ? 0 : static_cast<errcode>(status), count + results[0].pr_err);
 }
 
-fault_outcome add_route(fault_rig &rig)
+fault_outcome add_route(fault_client &rig)
 {
     ipv6_rib_route_add_args args;
     ipv6_rib_route_add_args_init(&args);
@@ -291,33 +292,33 @@ fault_outcome add_route(fault_rig &rig)
     return {result == RIB_RESULT_RPC_ERROR || result > RIB_RESULT_EXISTS ? code : 0};
 }
 
-fault_outcome delete_route(fault_rig &rig)
+fault_outcome delete_route(fault_client &rig)
 {
     const in6_addr_t prefix = addr("2001:db8:4::"), hop = {};
     return {ipv6_rib_route_delete(rig.conn, rig.protoid, TABLE, &prefix, 48, &hop, 0, 0, nullptr, nullptr)};
 }
 
-template <auto flag> fault_outcome advertise(fault_rig &rig)
+template <auto flag> fault_outcome advertise(fault_client &rig)
 {
     const in6_addr_t prefix = addr("2001:0:5::");
     return told_by_sign(flag(rig, &prefix));
 }
-int flag_1(fault_rig &rig, const in6_addr_t *prefix)
+int flag_1(fault_client &rig, const in6_addr_t *prefix)
 {
     return ipv6_rib_set_advertising_flag(rig.conn, TABLE, prefix, 48, rig.protoid, 1);
 }
-int flag_3(fault_rig &rig, const in6_addr_t *prefix)
+int flag_3(fault_client &rig, const in6_addr_t *prefix)
 {
     return ipv6_rib_set_advertising_flag3(rig.conn, TABLE, prefix, 48, rig.protoid, 1, 0, 0, nullptr);
 }
 
-fault_outcome redist_protocol(fault_rig &rig)
+fault_outcome redist_protocol(fault_client &rig)
 {
     errcode code = FAILED;
     ipv6_rib_protocol_redist(rig.conn, "keeper", "test", TABLE, 0, RIB_REDIST_ALL, &code);
     return {code};
 }
-fault_outcome redist_child(fault_rig &rig)
+fault_outcome redist_child(fault_client &rig)
 {
     errcode code = FAILED;
     ipv6_rib_child_protocol_redist(rig.conn, "keeper", "test", TABLE, 1, RIB_REDIST_ALL, nullptr, 0, &code);
@@ -325,7 +326,7 @@ fault_outcome redist_child(fault_rig &rig)
 }
 
 /* A hundred records go out before the batch is finished. */
-fault_outcome next_hop_batch(fault_rig &rig)
+fault_outcome next_hop_batch(fault_client &rig)
 {
     errcode code = ipv6_rib_nh_batch_init(rig.conn, 0);
     for (uint8_t i = 0; i != 150 && code == 0; i++) {
@@ -339,7 +340,7 @@ fault_outcome next_hop_batch(fault_rig &rig)
         code = ipv6_rib_nh_batch_finish(rig.conn);
     return {code};
 }
-fault_outcome next_hop_at_once(fault_rig &rig)
+fault_outcome next_hop_at_once(fault_client &rig)
 {
     const in6_addr_t hop = addr("2001:db8:1::9");
     rib_next_hop_update way = {};
@@ -348,7 +349,7 @@ fault_outcome next_hop_at_once(fault_rig &rig)
 }
 
 /* Requests that give a number and a code. */
-template <auto ask> fault_outcome question(fault_rig &rig)
+template <auto ask> fault_outcome question(fault_client &rig)
 {
     const in6_addr_t asked = addr("2001:db8:1::1");
     errcode code = FAILED;
@@ -356,12 +357,12 @@ template <auto ask> fault_outcome question(fault_rig &rig)
     return coded(code, answer);
 }
 #define QUESTION(call)                                                                                                           \
-    question<[]([[maybe_unused]] fault_rig &rig, [[maybe_unused]] const in6_addr_t *asked, errcode *code) -> uint64_t {          \
+    question<[]([[maybe_unused]] fault_client &rig, [[maybe_unused]] const in6_addr_t *asked, errcode *code) -> uint64_t {       \
         return static_cast<uint64_t>(call);                                                                                      \
     }>
-#define REQUEST(call) [](fault_rig &rig) -> fault_outcome { return {call}; }
+#define REQUEST(call) [](fault_client &rig) -> fault_outcome { return {call}; }
 
-fault_outcome match_subnet(fault_rig &rig)
+fault_outcome match_subnet(fault_client &rig)
 {
     const in6_addr_t asked = addr("2001:db8:1::1");
     in6_addr_t prefix = {};
@@ -370,7 +371,7 @@ fault_outcome match_subnet(fault_rig &rig)
     ipv6_rib_match_connected_subnet(rig.conn, TABLE, &asked, &prefix, &len, &code);
     return coded(code, text_of(&prefix) + "/" + std::to_string(len));
 }
-template <bool check> fault_outcome best_local(fault_rig &rig)
+template <bool check> fault_outcome best_local(fault_client &rig)
 {
     const in6_addr_t asked = addr("2001:db8:1::5");
     in6_addr_t found = {};
@@ -382,7 +383,7 @@ template <bool check> fault_outcome best_local(fault_rig &rig)
         ipv6_rib_best_local_address(rig.conn, TABLE, &asked, 0, &found, nullptr, &code);
     return coded(code, text_of(&found) + " " + std::to_string(flags));
 }
-fault_outcome next_hop(fault_rig &rig)
+fault_outcome next_hop(fault_client &rig)
 {
     const in6_addr_t asked = addr("2001:0:5::1");
     in6_addr_t hop = {};
@@ -391,7 +392,7 @@ fault_outcome next_hop(fault_rig &rig)
     ipv6_rib_next_hop(rig.conn, TABLE, &asked, 0, 0, 0, &hop, &flags, &code);
     return coded(code, text_of(&hop));
 }
-fault_outcome next_hop_register(fault_rig &rig)
+fault_outcome next_hop_register(fault_client &rig)
 {
     const in6_addr_t asked = addr("2001:db8:1::2");
     rib_nh_info info = {};
@@ -399,7 +400,7 @@ fault_outcome next_hop_register(fault_rig &rig)
     ipv6_rib_next_hop_register(rig.conn, TABLE, &asked, 0, 0, 0, &info, &code);
     return coded(code, text_of(&info.nh_address) + " " + info.nh_name);
 }
-fault_outcome check(fault_rig &rig)
+fault_outcome check(fault_client &rig)
 {
     in6_addr_t found = {};
     uint32_t value = 0, pair[2] = {};
@@ -473,4 +474,15 @@ const std::vector<fault_operation> &fault_operations()
         {"check", check, {FAILED}, {FAILED}},
     };
     return all;
+}
+
+std::ostream &operator<<(std::ostream &out, const fault_outcome &outcome)
+{
+    return out << std::hex << outcome.code << std::dec << " \"" << outcome.answer.substr(0, 400) << '"';
+}
+
+bool is_told(const std::vector<errcode> &codes, errcode code)
+{
+    return std::any_of(codes.begin(), codes.end(),
+                       [code](errcode each) { return each == code || (each == ANY_ERRNO && code > 0 && code < 4096); });
 }

@@ -13,13 +13,16 @@
 #include "server/embed.h"
 #include "tests/system/system_test.h"
 
+/* The client that an operation is run for. */
+struct fault_client {
+    ipv6_rib_conn_p conn = nullptr;
+    rib_protoid_td protoid = RIB_PROTOID_NONE;
+};
+
 /* A server, clients that gave it routes to ask for, and the client that the faults hit. */
-class fault_rig
+class fault_rig : public fault_client
 {
 public:
-    ipv6_rib_conn_p conn = nullptr; /* of the client that the faults hit */
-    rib_protoid_td protoid = RIB_PROTOID_NONE;
-
     explicit fault_rig(const run_dir &dir);
     ~fault_rig();
     fault_rig(const fault_rig &) = delete;
@@ -54,7 +57,7 @@ constexpr errcode ANY_ERRNO = 1;       /* in a list of codes */
 
 struct fault_operation {
     const char *name;
-    fault_outcome (*run)(fault_rig &rig);
+    fault_outcome (*run)(fault_client &rig);
     std::vector<errcode> without_memory;  /* the codes that tell of it */
     std::vector<errcode> without_channel; /* the codes that tell of a channel that failed */
     bool changes_channel = false;         /* so that without memory there may be none */

@@ -83,17 +83,6 @@ void fault_rig::expect_all_closed() const
     EXPECT_EQ(open_descriptors(), idle_descriptors_);
 }
 
-std::ostream &operator<<(std::ostream &out, const fault_outcome &outcome)
-{
-    return out << std::hex << outcome.code << std::dec << " \"" << outcome.answer.substr(0, 400) << '"';
-}
-
-bool is_told(const std::vector<errcode> &codes, errcode code)
-{
-    return std::any_of(codes.begin(), codes.end(),
-                       [code](errcode each) { return each == code || (each == ANY_ERRNO && code > 0 && code < 4096); });
-}
-
 static char watched[200];
 
 static void too_late(int)
