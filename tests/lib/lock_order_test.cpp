@@ -12,11 +12,12 @@ namespace
 {
 ip_rib_conn_p other_connection;
 
-void take_buffer(ip_rib_conn_p)
+void use_buffer(ip_rib_conn_p)
 {
     errcode code = 0;
     void *buffer;
     rib_client_get_read_buf(&rib_client_read_buf_pool_instance, &code, &buffer);
+    rib_client_return_read_buf(&rib_client_read_buf_pool_instance, &code, &buffer, 0);
 }
 
 using lock_order = client_test;
@@ -43,9 +44,9 @@ TEST_F(lock_order, is_asserted)
          [](ip_rib_conn_p) { rib_client_mutex_only_lock_inline(other_connection); }, "held.connection == mutex"},
         {"the registry with a connection", [](ip_rib_conn_p its) { rib_client_mutex_lock(its); },
          [](ip_rib_conn_p) { rib_client_find_sigevent(nullptr); }, "!held.connection"},
-        {"a read buffer with the bind mutex", [](ip_rib_conn_p) { rib_rwlock_rdlock(&rib_bind_mutex); }, take_buffer,
+        {"a read buffer with the bind mutex", [](ip_rib_conn_p) { rib_rwlock_rdlock(&rib_bind_mutex); }, use_buffer,
          "!is_read_buf"},
-        {"a read buffer with a connection", [](ip_rib_conn_p its) { rib_client_mutex_only_lock_inline(its); }, take_buffer,
+        {"a read buffer with a connection", [](ip_rib_conn_p its) { rib_client_mutex_only_lock_inline(its); }, use_buffer,
          "held.connection == mutex"},
         {"an operation with the read-buffer mutex",
          [](ip_rib_conn_p) {
@@ -66,7 +67,7 @@ TEST_F(lock_order, is_kept_by_operations_one_after_another)
     for (int i = 0; i != 2; i++) {
         fake_msg_chan().answer(hex("00*12"));
         EXPECT_EQ(ipv6_rib_update_complete(conn, 1, 0), 0u);
-        take_buffer(conn);
+        use_buffer(conn);
         EXPECT_EQ(rib_client_mutex_lock(conn), 0);
         EXPECT_EQ(rib_client_mutex_only_lock_inline(conn), 0) << "the lock is recursive";
         EXPECT_EQ(rib_client_mutex_only_unlock(conn), 0);
