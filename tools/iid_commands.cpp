@@ -147,18 +147,5 @@ int iid_free_command(const iid_options &options, output &out)
 
 int iid_list_command(output &out)
 {
-    const rib_connection conn;
-    const protocol_namer name = cached_names(conn);
-    for_each_route(conn, {.table = IPV6_RIB_TABLE_IID}, [&](const ipv6_routetype &route, const paths_attributes &) {
-        const std::optional<rib_held_iid> held = held_iid(route);
-        if (!held)
-            fail("the server lists {} without its request", text_of(prefix_of(route)));
-        const json told = held_object(route, *held, name);
-        if (out.as_json())
-            out.object(told);
-        else
-            out.line("{}", named_values_text(told, ", ").substr(2));
-        return true;
-    });
-    return exit_fine;
+    return list_identifiers(IPV6_RIB_TABLE_IID, out, held_iid, held_object);
 }

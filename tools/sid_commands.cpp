@@ -115,18 +115,5 @@ int sid_free_command(const sid_options &options, output &out)
 
 int sid_list_command(output &out)
 {
-    const rib_connection conn;
-    const protocol_namer name = cached_names(conn);
-    for_each_route(conn, {.table = IPV6_RIB_TABLE_SID}, [&](const ipv6_routetype &route, const paths_attributes &) {
-        const std::optional<rib_held_sid> held = held_sid(route);
-        if (!held)
-            fail("the server lists {} without its request", text_of(prefix_of(route)));
-        const json told = held_object(route, *held, name);
-        if (out.as_json())
-            out.object(told);
-        else
-            out.line("{}", named_values_text(told, ", ").substr(2));
-        return true;
-    });
-    return exit_fine;
+    return list_identifiers(IPV6_RIB_TABLE_SID, out, held_sid, held_object);
 }

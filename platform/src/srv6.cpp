@@ -68,8 +68,9 @@ int srv6_sid_fmt_get_info(uint32_t format, srv6_sid_fmt_info_t *info)
     const srv6_sid_fmt_info_t *found = find_format(format);
     if (!found)
         return ENOENT;
+    const char *name = format_names[found - formats];
     *info = *found;
-    std::strcpy(info->sf_name, format_names[found - formats]);
+    std::memcpy(info->sf_name, name, std::strlen(name) + 1);
     return 0;
 }
 

@@ -93,26 +93,7 @@ table_td played(uint32_t seed, const std::vector<table_route> &routes)
 table_td listed(ipv6_rib_conn_p conn)
 {
     table_td table;
-    in6_addr_t start = {};
-    uint32_t flag = RIB_FETCH_FROM_START, start_len = 0;
-    do {
-        uint32_t count = 0;
-        void *routes = nullptr;
-        const errcode code = ipv6_rib_get_routes(conn, TABLE, "", "", start, start_len, {}, 0, &flag, &count, 0, &routes);
-        EXPECT_EQ(code, 0u);
-        if (code != 0)
-            break;
-        rib_get_route_iter iter;
-        ipv6_routetype *route;
-        for (errcode end = ipv6_rib_get_route_get_first_route(routes, &iter, &route); end == 0;
-             end = ipv6_rib_get_route_get_next_route(&iter, &route)) {
-            ipv6_rib_route_xform(route);
-            std::copy_n(route->rt_prefix, sizeof start, start.s6_addr);
-            start_len = route->rt_prefix_len;
-            enter(&table, *route);
-        }
-        ipv6_rib_route_free(routes);
-    } while (flag);
+    for_each_listed(conn, 0, [&](const ipv6_routetype &route) { enter(&table, route); });
     return table;
 }
 

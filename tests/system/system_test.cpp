@@ -3,6 +3,7 @@
  */
 #include "system_test.h"
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -155,6 +156,31 @@ std::string text_of(const void *address)
 {
     char text[INET6_ADDRSTRLEN];
     return inet_ntop(AF_INET6, address, text, sizeof text);
+}
+
+void for_each_listed(ipv6_rib_conn_p conn, uint32_t options, const std::function<void(const ipv6_routetype &)> &told)
+{
+    in6_addr_t start = {};
+    uint32_t flag = RIB_FETCH_FROM_START, start_len = 0;
+    do {
+        uint32_t count = 0;
+        void *routes = nullptr;
+        const errcode code =
+            ipv6_rib_get_routes(conn, IPV6_RIB_TABLE_DEFAULT, "", "", start, start_len, {}, 0, &flag, &count, options, &routes);
+        EXPECT_EQ(code, 0u);
+        if (code != 0)
+            return;
+        rib_get_route_iter iter;
+        ipv6_routetype *route;
+        for (errcode end = ipv6_rib_get_route_get_first_route(routes, &iter, &route); end == 0;
+             end = ipv6_rib_get_route_get_next_route(&iter, &route)) {
+            ipv6_rib_route_xform(route);
+            std::copy_n(route->rt_prefix, sizeof start, start.s6_addr);
+            start_len = route->rt_prefix_len;
+            told(*route);
+        }
+        ipv6_rib_route_free(routes);
+    } while (flag);
 }
 
 test_client::test_client(const char *protocol, int32_t (*bind)(ipv6_rib_conn_p *), uint32_t kind)

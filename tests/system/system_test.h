@@ -66,6 +66,9 @@ std::string text_of(const void *address);
 /* The number-th of many /48 prefixes. */
 in6_addr_t numbered_prefix(uint32_t number);
 
+/* Every route of the default table that a listing with these options gives, converted, in order. */
+void for_each_listed(ipv6_rib_conn_p conn, uint32_t options, const std::function<void(const ipv6_routetype &)> &told);
+
 /* A connection with a registered protocol, a batch buffer and its reply area. */
 class test_client
 {

@@ -32,25 +32,10 @@ std::string hops_of(const ipv6_routetype &route)
 table_td listed(ipv6_rib_conn_p conn, uint32_t options = 0)
 {
     table_td table;
-    in6_addr_t start = {};
-    uint32_t flag = RIB_FETCH_FROM_START, start_len = 0;
-    do {
-        uint32_t count = 0;
-        void *routes = nullptr;
-        if (ipv6_rib_get_routes(conn, TABLE, "", "", start, start_len, {}, 0, &flag, &count, options, &routes) != 0)
-            break;
-        rib_get_route_iter iter;
-        ipv6_routetype *route;
-        for (errcode end = ipv6_rib_get_route_get_first_route(routes, &iter, &route); end == 0;
-             end = ipv6_rib_get_route_get_next_route(&iter, &route)) {
-            ipv6_rib_route_xform(route);
-            std::copy_n(route->rt_prefix, sizeof start, start.s6_addr);
-            start_len = route->rt_prefix_len;
-            const std::string prefix = text_of(route->rt_prefix) + "/" + std::to_string(start_len);
-            table[options & RIB_FETCH_BEST_ONLY ? prefix : prefix + " " + std::to_string(route->rt_protoid)] = hops_of(*route);
-        }
-        ipv6_rib_route_free(routes);
-    } while (flag);
+    for_each_listed(conn, options, [&](const ipv6_routetype &route) {
+        const std::string prefix = text_of(route.rt_prefix) + "/" + std::to_string(route.rt_prefix_len);
+        table[options & RIB_FETCH_BEST_ONLY ? prefix : prefix + " " + std::to_string(route.rt_protoid)] = hops_of(route);
+    });
     return table;
 }
 
