@@ -5,8 +5,7 @@
 #include "argument.h"
 #include "commands.h"
 #include "failure.h"
-#include "follower.h"
-#include "interrupt.h"
+#include "follow_output.h"
 #include "show_next_hops.h"
 
 #include <algorithm>
@@ -57,7 +56,7 @@ public:
     {
         try {
             while (!(once_ && told_))
-                step();
+                follow_step(follower_, out_);
         } catch (const command_failure &failure) {
             if (once_ || failure.code != exit_interrupted)
                 throw;
@@ -74,30 +73,13 @@ public:
     void next_hops_told(rib_tableid_td table) override
     {
         told_ = true;
-        show(next_hops_told_update(table));
+        show_update(out_, next_hops_told_update(table));
     }
-    void established(uint32_t client_id) override { show(established_update(client_id)); }
-    void lost() override { show(lost_update()); }
+    void established(uint32_t client_id) override { show_update(out_, established_update(client_id)); }
+    void lost() override { show_update(out_, lost_update()); }
     void waits_for(const std::string &whom) override { fmt::print(stderr, "ribctl: waiting for {}\n", whom); }
 
 private:
-    void step()
-    {
-        constexpr std::chrono::milliseconds patience(200); // how soon an interrupt is noticed
-        check_interrupt();
-        if (!follower_.busy())
-            out_.finish();
-        follower_.step(patience);
-    }
-
-    void show(const shown_update &update)
-    {
-        if (out_.as_json())
-            out_.object(update.object);
-        else
-            out_.line("{}", update.line);
-    }
-
     bool once_, told_ = false;
     output &out_;
     protocol_namer name_ = [this](rib_protoid_td id) { return follower_.name_of(id); };

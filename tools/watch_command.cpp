@@ -4,10 +4,8 @@
 #include "argument.h"
 #include "commands.h"
 #include "failure.h"
-#include "follower.h"
-#include "interrupt.h"
+#include "follow_output.h"
 #include "rate_counter.h"
-#include "show_updates.h"
 
 namespace
 {
@@ -76,22 +74,12 @@ private:
 
     void step()
     {
-        constexpr std::chrono::milliseconds patience(200); // how soon an interrupt is noticed
-        check_interrupt();
         if (options_.count)
             show(counter_.due(clock::now()));
-        if (!follower_.busy())
-            out_.finish();
-        follower_.step(patience);
+        follow_step(follower_, out_);
     }
 
-    void show(const shown_update &update)
-    {
-        if (out_.as_json())
-            out_.object(update.object);
-        else
-            out_.line("{}", update.line);
-    }
+    void show(const shown_update &update) { show_update(out_, update); }
     void show(const std::optional<counted_interval> &interval)
     {
         if (interval)

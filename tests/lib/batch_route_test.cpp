@@ -235,11 +235,14 @@ TEST(batch_path, items_of_an_array)
                        {9, RIB_BATCH_BUFFER_TOO_MANY_ITEMS, 0},
                        {0xFFFF, RIB_BATCH_BUFFER_TOO_MANY_ITEMS, 0}};
     for (const auto &c : cases) {
-        const batch_buffer_owner buffer = allocate_batch();
+        const batch_buffer_owner buffer = used_batch();
         add_plain_route(buffer.get());
         EXPECT_EQ(add_path2(buffer.get(), 5, attr_array(c.items).data()), c.result) << c.items;
         const bytes_t data = batch_view_t{buffer.get()}.data();
         EXPECT_EQ(data.size(), 336 + c.len) << c.items;
+        if (c.len != 0) {
+            EXPECT_TRUE(same_bytes(slice(data, 336 + c.len - 4, 4), "00*4")) << "nothing of what stood there before";
+        }
         EXPECT_TRUE(same_bytes(slice(data, 0, 336), plain_route(c.len ? "0001" : "0000", c.len == 0)));
     }
 }

@@ -7,7 +7,7 @@
 
 #include "../rib_addr.h"
 #include "../rib_fatal.h"
-#include "../rib_lib_utils.h"
+#include "attributes.h"
 #include "images.h"
 
 /* The current route, when it is finished and may take another path of so many bytes; else NULL. */
@@ -52,11 +52,11 @@ void rib_batch_buffer_set_path_infosource(const ip_rib_qlfd_addr_td *infosource,
 }
 
 /* Writes the caller's array as the only attribute of a path and closes the attributes; their length. */
-static size_t close_items(ip_rib_attr_set_array_td *attrs, const void *attr_array)
+static size_t close_items(rib_batch_buffer *buffer, rib_batch_add_path_in *path, const void *attr_array)
 {
-    rib_copy_var_attr_set(attrs, RIB_ATTR_ECOMMS, static_cast<const char *>(attr_array));
-    const size_t bytes = attrs->asa_len;
-    rib_to_net(attrs);
+    rib_batch_append_attr(buffer, {rib_batch_tail(buffer), RIB_BATCH_PATH_FIXED, &path->bapi_attrs}, RIB_ATTR_ECOMMS, attr_array);
+    const size_t bytes = path->bapi_attrs.asa_len;
+    rib_to_net(&path->bapi_attrs);
     return bytes;
 }
 
@@ -82,7 +82,7 @@ rib_batch_buffer_result rib_batch_buffer_add_path(rib_batch_buffer *buffer, cons
     path->bapi_u32_176 = rib_swap(values.u32_176);
     rib_copy_addr(&path->bapi_nexthop, nexthop);
     rib_batch_buffer_set_path_infosource(infosource, path);
-    const size_t attr_bytes = attr_array ? close_items(&path->bapi_attrs, attr_array) : 0;
+    const size_t attr_bytes = attr_array ? close_items(buffer, path, attr_array) : 0;
     mark_primary(route);
     count_path(route);
     return rib_batch_advance(buffer, RIB_BATCH_PATH_FIXED + attr_bytes);
