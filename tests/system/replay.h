@@ -3,13 +3,13 @@
  */
 #pragma once
 
+#include <absl/container/flat_hash_map.h>
 #include <array>
-#include <map>
 
 #include "system_test.h"
 
 /* Next hops by prefix: the address, then its length. */
-using table_td = std::map<std::array<uint8_t, 17>, std::array<uint8_t, 16>>;
+using table_td = absl::flat_hash_map<std::array<uint8_t, 17>, std::array<uint8_t, 16>>;
 
 struct table_route {
     in6_addr_t prefix;
