@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 
+#include "tests/lib/hostile_reply.h"
 #include "tests/lib/request_cases.h"
 #include "tests/lib/update_cases.h"
 #include "tests/support/route_bytes.h"
@@ -35,35 +36,6 @@ std::vector<request_case_t> all_requests()
     cases.push_back({"routes", get_and_walk_routes, "", 524288, hex("00000000 00000002 a5") + full_route() + full_route(), 0,
                      IS_CODE, 0, "", 0, ENODATA});
     return cases;
-}
-
-/* Calls visit with every proper prefix of a reply and with each place spoilt, as a byte or as a number. The middle of a long
- * reply, which is one of many like it, is sampled. */
-template <class visit_t> void each_spoilt(const bytes_t &good, visit_t visit)
-{
-    for (size_t offset = 0; offset < good.size(); ++offset) {
-        if (good.size() > 2048 && offset >= 256 && good.size() - offset > 64 && offset % 41)
-            continue;
-        visit(slice(good, 0, offset), offset, "ends");
-        bytes_t spoilt = good;
-        for (const int byte : {good[offset] ^ 0xff, good[offset] ^ 0x01, good[offset] + 1}) {
-            spoilt[offset] = static_cast<uint8_t>(byte);
-            visit(spoilt, offset, "differs");
-        }
-        for (const size_t width : {1u, 2u, 4u})
-            for (const uint8_t byte : {uint8_t{0x00}, uint8_t{0xff}}) {
-                spoilt = good;
-                std::fill_n(spoilt.begin() + static_cast<ptrdiff_t>(offset), std::min(width, good.size() - offset), byte);
-                visit(spoilt, offset, byte ? "is at its maximum" : "is zero");
-            }
-    }
-}
-
-/* The first word of a reply that stands before zeros. */
-errcode told(const bytes_t &reply)
-{
-    const bytes_t word = slice(reply + bytes_t(4), 0, 4);
-    return errcode{word[0]} << 24 | errcode{word[1]} << 16 | errcode{word[2]} << 8 | word[3];
 }
 
 /* Whether a code is documented for an answer: the server's own one stands, but for the one that means that nothing is there. */
