@@ -13,8 +13,11 @@
 #include <sys/socket.h>
 #include <sys/uio.h>
 
-/* Waking a sleeping thread costs more than the answer to a small request, so the first wait for it stays awake. */
-constexpr int64_t spin_ns = 20'000;
+/* Waking a sleeping thread takes longer than answering a small request. Where answers come soon, they are awaited awake, but
+ * not for longer than this. */
+constexpr int64_t awake_ns = 50'000;
+/* Behind an answer that took longer, the next one is slept for. */
+constexpr int64_t soon_ns = 100'000;
 /* Small replies come with their header in one call; of larger ones this much is copied, the rest is received in place. */
 constexpr size_t first_read = 1024;
 
@@ -52,11 +55,10 @@ static ssize_t receive_some(int fd, void *area, size_t room, int flags)
     }
 }
 
-static ssize_t receive_awake(const channel *chan, void *area, size_t room)
+static ssize_t receive_awake(int fd, void *area, size_t room, int64_t deadline)
 {
-    const int64_t deadline = now_ns() + spin_ns;
     do {
-        const ssize_t got = receive_some(chan->fd, area, room, MSG_DONTWAIT);
+        const ssize_t got = receive_some(fd, area, room, MSG_DONTWAIT);
         if (got != -EAGAIN)
             return got;
         sched_yield();
@@ -89,12 +91,23 @@ static int drain(int fd, size_t len)
     return EMSGSIZE;
 }
 
-/* Receives the beginning of a reply, its header at least. Bytes received, or minus an errno value. */
-static ssize_t receive_first(const channel *chan, uint8_t *first)
+/* Receives something once a reply is there. */
+static ssize_t await_reply(channel *chan, void *area, size_t room)
 {
-    ssize_t got = chan->may_spin ? receive_awake(chan, first, first_read) : -EAGAIN;
+    if (!chan->may_stay_awake)
+        return receive_some(chan->fd, area, room, 0);
+    const int64_t begin = now_ns();
+    ssize_t got = chan->answers_soon ? receive_awake(chan->fd, area, room, begin + awake_ns) : -EAGAIN;
     if (got == -EAGAIN)
-        got = receive_some(chan->fd, first, first_read, 0);
+        got = receive_some(chan->fd, area, room, 0);
+    chan->answers_soon = now_ns() - begin < soon_ns;
+    return got;
+}
+
+/* Receives the beginning of a reply, its header at least. Bytes received, or minus an errno value. */
+static ssize_t receive_first(channel *chan, uint8_t *first)
+{
+    ssize_t got = await_reply(chan, first, first_read);
     while (got > 0 && static_cast<size_t>(got) < sizeof(frame_header)) {
         const ssize_t more = receive_some(chan->fd, first + got, first_read - static_cast<size_t>(got), 0);
         got = more < 0 ? more : got + more;
@@ -102,7 +115,7 @@ static ssize_t receive_first(const channel *chan, uint8_t *first)
     return got;
 }
 
-static int receive_reply(const channel *chan, uint8_t *reply, size_t room)
+static int receive_reply(channel *chan, uint8_t *reply, size_t room)
 {
     uint8_t first[first_read];
     const ssize_t got = receive_first(chan, first);

@@ -78,7 +78,7 @@ int channel_add(int fd, pid_t server_pid, uint32_t *id)
         free(block);
         return EMFILE;
     }
-    channel *chan = new (block) channel{.fd = fd, .server_pid = server_pid, .may_spin = more_than_one_cpu(), .users = 1};
+    channel *chan = new (block) channel{.fd = fd, .server_pid = server_pid, .may_stay_awake = more_than_one_cpu(), .users = 1};
     pthread_mutex_init(&chan->turn, nullptr);
     chan->id = ++slots[slot].generation << slot_bits | slot;
     chan->connid = next_connid();

@@ -17,12 +17,13 @@ struct channel {
     uint32_t id;
     int32_t connid;
     pid_t server_pid;
-    bool may_spin;  // more than one CPU: waiting for a reply begins without sleeping
-    unsigned users; // under the table's lock; the table counts as one
+    bool may_stay_awake; // more than one CPU: a reply may be awaited without sleeping
+    unsigned users;      // under the table's lock; the table counts as one
     std::atomic<msg_clinfo_datum_h> datum;
     pthread_mutex_t turn; // held for an exchange; the fields below are its holder's
     int dead;             // errno value of the failure that ended the channel, or 0
     uint32_t number;      // of the last request
+    bool answers_soon;    // the last reply did not take long
 };
 
 /* Makes a channel of a connected socket, which then belongs to it, and puts it into the table. 0 or an errno value. */

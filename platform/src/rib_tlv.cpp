@@ -1,7 +1,7 @@
 /*
  * RIB TLV service. Records stand at any address, so a header moves through a local copy.
  */
-#include <platform/rib_tlv.h>
+#include <platform/rib_tlv_walk.h>
 
 #include <arpa/inet.h>
 #include <cstring>
@@ -21,26 +21,19 @@ int rib_tlv_stamp(uint16_t type, uint16_t length, uint8_t **cursor, size_t *room
     return 1;
 }
 
-/* The walk over headers in host order: where the record is, or NULL at a delimiter. */
 rib_tlv_t *rib_tlv_fetch(uint8_t **cursor)
 {
-    auto *record = reinterpret_cast<rib_tlv_t *>(*cursor);
-    *cursor += RIB_TLV_HEADER + size_t{record->length};
-    return record->type == 0 && record->length == 0 ? nullptr : record;
+    return rib_tlv_fetch_inline(cursor);
 }
 
 rib_tlv_t *rib_tlv_strip(uint8_t **cursor)
 {
-    auto *record = reinterpret_cast<rib_tlv_t *>(*cursor);
-    record->type = ntohs(record->type);
-    record->length = ntohs(record->length);
-    return rib_tlv_fetch(cursor);
+    return rib_tlv_strip_inline(cursor);
 }
 
 void rib_tlv_handle_delim(uint8_t **cursor)
 {
-    while (rib_tlv_strip(cursor))
-        ;
+    rib_tlv_handle_delim_inline(cursor);
 }
 
 const uint8_t *rib_tlv_list_fits(const uint8_t *begin, const uint8_t *end)

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include <platform/rib_tlv_walk.h>
+
 constexpr uint16_t tlv_delimiter = 0;
 constexpr uint16_t tlv_route_path = 4;
 
@@ -79,7 +81,7 @@ errcode rib_lib_pvt_parse_route_update(const rib_update_info_t *info, rib_route_
         if (len == 0)
             return EBADMSG;
         uint8_t *cursor = at;
-        rib_tlv_t *record = rib_tlv_strip(&cursor);
+        rib_tlv_t *record = rib_tlv_strip_inline(&cursor);
         ipv6_routetype *route = record ? parser(record, &cursor) : nullptr;
         if (!route)
             return record ? 0 : EBADMSG; // what the parser refuses, it has told

@@ -188,5 +188,5 @@ constexpr size_t RIB_BATCH_PATH_FIXED = 280;
 /* Trailing blocks behind an added path: one of 24 bytes for the lowest bit of bapi_ext_mask, one of 8 for each of five more. */
 constexpr size_t rib_batch_trailing_size(uint32_t ext_mask)
 {
-    return (ext_mask & 0x01 ? 24u : 0u) + 8u * static_cast<size_t>(__builtin_popcount(ext_mask & 0x3E));
+    return ext_mask == 0 ? 0 : (ext_mask & 0x01 ? 24u : 0u) + 8u * static_cast<size_t>(__builtin_popcount(ext_mask & 0x3E));
 }

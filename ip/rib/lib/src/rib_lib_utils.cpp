@@ -3,39 +3,34 @@
  */
 #include "rib_lib_utils.h"
 
+#include <platform/srv6.h>
+
 #include "rib_fatal.h"
 
-/* Where the caller's arrays have what travels. */
-struct item_source {
-    uint16_t head;     /* bytes ahead of the caller's first item */
-    uint16_t item;     /* from one of the caller's items to the next */
-    uint16_t skipped;  /* bytes of the caller's item ahead of what is sent */
-    uint8_t head_sent; /* which of the caller's first 8 bytes are sent, a bit each; the rest of the head is zero */
-};
-static constexpr item_source source_of(rib_attr_type_t type)
+/* A SID list of the caller has more about each SID than travels. */
+static void copy_sid_list(uint8_t *to, const char *value)
 {
-    switch (type) {
-    case RIB_ATTR_ECOMMS:
-        return {4, 8, 0, 0x0F};
-    case RIB_ATTR_NNH:
-        return {4, 8, 0, 0x03};
-    case RIB_ATTR_ALGO_LABELS:
-        return {4, 12, 0, 0x0C};
-    default: // SID list
-        return {8, 48, 8, 0xF1};
-    }
+    constexpr size_t head = 8, item = sizeof(srv6_sid_info_t), skipped = 8;
+    constexpr rib_attr_shape sent = rib_attr_shapes[RIB_ATTR_SID_LIST];
+    std::memset(to, 0, sent.head);
+    std::memcpy(to, value, sent.count_size);
+    std::memcpy(to + 4, value + 4, sizeof(uint32_t));
+    const char *from = value + head + skipped;
+    to += sent.head;
+    for (unsigned left = sent.count(value); left != 0; left--, to += sent.item, from += item)
+        std::memcpy(to, from, sent.item);
 }
 
-static void copy_items(uint8_t *to, const char *value, const rib_attr_shape &shape, const item_source &source)
+/* All other values travel as they stand, with nothing in the unused bytes of their heads. */
+static void copy_value(uint8_t *to, rib_attr_type_t type, const char *value, size_t len)
 {
-    std::memset(to, 0, shape.head);
-    for (unsigned i = 0; i < source.head; i++)
-        if (source.head_sent >> i & 1)
-            to[i] = static_cast<uint8_t>(value[i]);
-    uint8_t *at = to + shape.head;
-    const char *item = value + source.head + source.skipped;
-    for (unsigned left = shape.count(value); left != 0; left--, at += shape.item, item += source.item)
-        std::memcpy(at, item, shape.item);
+    if (type == RIB_ATTR_SID_LIST)
+        return copy_sid_list(to, value);
+    std::memcpy(to, value, len);
+    if (type == RIB_ATTR_NNH)
+        rib_store(to + 2, uint16_t{0});
+    else if (type == RIB_ATTR_ALGO_LABELS)
+        rib_store(to, uint16_t{0});
 }
 
 uint16_t rib_attr_value_len(rib_attr_type_t type, const char *value)
@@ -70,11 +65,7 @@ int rib_copy_var_attr_set(ip_rib_attr_set_array_td *attr_set_array, rib_attr_typ
     auto *entry =
         reinterpret_cast<rib_attr_entry_td *>(reinterpret_cast<uint8_t *>(attr_set_array + 1) + attr_set_array->asa_len);
     *entry = {.ae_type = type, .ae_len = len};
-    const rib_attr_shape &shape = rib_attr_shapes[type];
-    if (shape.item != 0)
-        copy_items(reinterpret_cast<uint8_t *>(entry + 1), value, shape, source_of(type));
-    else
-        std::memcpy(entry + 1, value, len);
+    copy_value(reinterpret_cast<uint8_t *>(entry + 1), type, value, len);
     attr_set_array->asa_len = static_cast<uint16_t>(attr_set_array->asa_len + sizeof *entry + len);
     return 1;
 }

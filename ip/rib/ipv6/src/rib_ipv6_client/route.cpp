@@ -6,7 +6,7 @@
 #include <cstdlib>
 
 #include "ip/rib/lib/src/rib_fatal.h"
-#include "ip/rib/lib/src/rib_lib_api/route_decode.h"
+#include "ip/rib/lib/src/rib_lib_api/route_compact.h"
 
 int ipv6_rib_route_lookup(ipv6_rib_conn_p conn, rib_tableid_td table, const in6_addr_t *addr, uint32_t prefix_len, uint32_t flags,
                           [[maybe_unused]] uint32_t unused, ipv6_routetype *route, errcode *err)
@@ -42,11 +42,6 @@ int ipv6_rib_route_lookup_longer_range_internal(ipv6_rib_conn_p conn, rib_tablei
     return rib_client_route_lookup(conn, table, addr, max_len << 16 | min_len, RIB_LOOKUP_RANGE, route, err);
 }
 
-static void move_whole(rib_pathtype *slot, const rib_tlv_t *path)
-{
-    std::memmove(slot, path + 1, path->length);
-}
-
 static bool is_path_attribute(uint16_t type)
 {
     switch (type) {
@@ -75,10 +70,17 @@ static bool is_path_attribute(uint16_t type)
     }
 }
 
+struct whole_paths {
+    static void move(rib_pathtype *slot, const rib_tlv_t *path)
+    {
+        rib_move_path_parts<0, 4, 8, 12, 48, 52, 56, 68, 72, 76, 80, 82, 84, 88>(slot, path);
+    }
+    static bool knows_attribute(uint16_t type) { return is_path_attribute(type); }
+};
+
 void ipv6_rib_route_xform(ipv6_routetype *route)
 {
-    static constexpr rib_path_form whole = {.move = move_whole, .knows_attribute = is_path_attribute};
-    rib_client_compact_paths(route, &whole, reinterpret_cast<const uint8_t *>(route + 1));
+    rib_client_compact_paths<whole_paths>(route, reinterpret_cast<const uint8_t *>(route + 1));
 }
 
 void ipv6_rib_route_free(void *route)

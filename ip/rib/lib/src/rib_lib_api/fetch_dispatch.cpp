@@ -11,28 +11,29 @@
 #include "messages.h"
 #include "route_decode.h"
 
-/* Converts the header at the cursor and describes its message, whose length is not checked yet. */
-template <class header_td> static rib_update_info_t describe(uint8_t *at, uint32_t format)
+/* Converts the header at the cursor and describes its message, whose length is not checked yet. Written where it is read:
+ * a copy of what was just written in small pieces would wait for them. */
+template <class header_td> static void describe(uint8_t *at, uint32_t format, rib_update_info_t *info)
 {
     auto *header = reinterpret_cast<header_td *>(at);
     rib_to_host(header);
-    return {.ui_word = header->uv_word,
-            .ui_type = header->uv_type,
-            .ui_len = header->uv_len,
-            .ui_format = format,
-            .ui_payload_len = header->uv_len - uint32_t{sizeof *header},
-            .ui_payload = header + 1};
+    info->ui_word = header->uv_word;
+    info->ui_type = header->uv_type;
+    info->ui_len = header->uv_len;
+    info->ui_format = format;
+    info->ui_payload_len = header->uv_len - uint32_t{sizeof *header};
+    info->ui_payload = header + 1;
 }
 
 /* Takes the header at the cursor; false when the rest does not hold one. */
 static bool take_header(uint8_t *at, size_t left, uint32_t format, rib_update_info_t *info)
 {
     if (format == 0 && left >= sizeof(rib_update_v0_td)) {
-        *info = describe<rib_update_v0_td>(at, format);
+        describe<rib_update_v0_td>(at, format, info);
         return true;
     }
     if (format == 1 && left >= sizeof(rib_update_v1_td)) {
-        *info = describe<rib_update_v1_td>(at, format);
+        describe<rib_update_v1_td>(at, format, info);
         info->ui_extra = reinterpret_cast<rib_update_v1_td *>(at)->uv_extra;
         return true;
     }
@@ -53,7 +54,7 @@ void rib_client_take_messages(rib_fetch_pass &pass, uint8_t *begin, uint8_t *end
     uint32_t number = 0;
     for (uint8_t *at = begin; at != end;) {
         const auto left = static_cast<size_t>(end - at);
-        rib_update_info_t info;
+        rib_update_info_t info = {};
         if (!take_header(at, left, pass.format, &info))
             return;
         if (const char *fault = fault_of(info, left)) {

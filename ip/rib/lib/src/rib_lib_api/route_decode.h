@@ -35,11 +35,3 @@ rib_routetype *rib_client_next_route(uint8_t **cursor);
  * path count is set to those before it, and a message tells.
  */
 void rib_strip_tlv_from_path(rib_routetype *route);
-
-/* What a form of compaction does with one path record that is in host order, and whether it knows a path attribute. */
-struct rib_path_form {
-    void (*move)(rib_pathtype *slot, const rib_tlv_t *path);
-    bool (*knows_attribute)(uint16_t type);
-};
-/* The walk behind every form of compaction. It reads nothing at or behind end; NULL for a record that rib_route_fits() passed. */
-void rib_client_compact_paths(rib_routetype *route, const rib_path_form *form, const uint8_t *end);

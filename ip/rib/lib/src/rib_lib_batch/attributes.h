@@ -59,12 +59,28 @@ enum rib_trailing_block : uint32_t {
 };
 rib_batch_buffer_result rib_batch_buffer_path_set_trailing(rib_batch_buffer *buffer, rib_trailing_block block, const void *value);
 
-/* An array of attributes and the fixed part of the record that it belongs to, with which the record ends. */
+/* A record with an array of attributes, which stands in its fixed part; the record ends with the entries. */
 struct rib_attr_area {
     uint8_t *record;
     size_t fixed;
-    ip_rib_attr_set_array_td *attrs;
+    size_t attrs_at;
+    ip_rib_attr_set_array_td *attrs() const { return reinterpret_cast<ip_rib_attr_set_array_td *>(record + attrs_at); }
 };
+inline rib_attr_area rib_attrs_of(bori_fixed *route)
+{
+    return {reinterpret_cast<uint8_t *>(route), RIB_BATCH_ROUTE_FIXED, offsetof(bori_fixed, borfi_attrs)};
+}
+inline rib_attr_area rib_attrs_of(rib_batch_add_path_in *path)
+{
+    return {reinterpret_cast<uint8_t *>(path), RIB_BATCH_PATH_FIXED, offsetof(rib_batch_add_path_in, bapi_attrs)};
+}
+inline rib_attr_area rib_attrs_of(rib_batch_del_path_in *path)
+{
+    return {reinterpret_cast<uint8_t *>(path), RIB_BATCH_PATH_FIXED, offsetof(rib_batch_del_path_in, bdpi_attrs)};
+}
 /* Appends a value: ERROR when the array has one of its type, or the data area no room. OK when there is nothing to add. */
 rib_batch_buffer_result rib_batch_append_attr(rib_batch_buffer *buffer, const rib_attr_area &area, rib_attr_type_t type,
                                               const void *value);
+/* The bytes of the entries, by which the record has grown. What they do not reach of that is cleared: it may be left over from
+ * another message. */
+size_t rib_batch_end_attrs(const rib_attr_area &area);

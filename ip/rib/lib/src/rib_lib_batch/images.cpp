@@ -27,9 +27,13 @@ static void make_routes(rib_batch_images *images)
 
 static void make_paths(rib_batch_images *images)
 {
-    rib_batch_add_path_in *add = &images->closed_add_path.rec;
+    rib_batch_add_path_in *add = &images->open_add_path.rec;
     add->bapi_type = RIB_BATCH_REC_ADD_PATH;
     add->bapi_binding_label = RIB_LABEL_NONE;
+    images->closed_add_path = images->open_add_path;
+    for (size_t i = 0; i < 3; i++)
+        add->bapi_labels[i] = RIB_LABEL_NONE;
+    add = &images->closed_add_path.rec;
     lbitmap_init(add->bapi_bitmap_head, path_bitmap_bits);
     rib_to_net(add);
     rib_batch_del_path_in *del = &images->open_del_path.rec;

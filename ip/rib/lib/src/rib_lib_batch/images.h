@@ -14,7 +14,7 @@ template <class record, size_t bytes> struct RIB_PACKED rib_batch_image {
 
 struct rib_batch_images {
     rib_batch_image<bori_fixed, RIB_BATCH_ROUTE_FIXED> open_route, closed_route;
-    rib_batch_image<rib_batch_add_path_in, RIB_BATCH_PATH_FIXED> closed_add_path;
+    rib_batch_image<rib_batch_add_path_in, RIB_BATCH_PATH_FIXED> open_add_path, closed_add_path;
     rib_batch_image<rib_batch_del_path_in, RIB_BATCH_PATH_FIXED> open_del_path, closed_del_path;
 };
 extern rib_batch_images rib_batch_image_of;
@@ -22,11 +22,8 @@ extern rib_batch_images rib_batch_image_of;
 /* Makes the images; every allocation of a buffer sees to it. */
 void rib_batch_prepare_images();
 
-/* Copies an image. Its size is hidden from the compiler, which would inline a copy that is slower than libc's. */
 template <class record, size_t bytes> record *rib_batch_copy_image(uint8_t *to, const rib_batch_image<record, bytes> &image)
 {
-    size_t size = sizeof image;
-    asm("" : "+r"(size));
-    std::memcpy(to, &image, size);
+    std::memcpy(to, &image, sizeof image);
     return reinterpret_cast<record *>(to);
 }

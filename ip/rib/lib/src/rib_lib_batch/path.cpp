@@ -54,8 +54,9 @@ void rib_batch_buffer_set_path_infosource(const ip_rib_qlfd_addr_td *infosource,
 /* Writes the caller's array as the only attribute of a path and closes the attributes; their length. */
 static size_t close_items(rib_batch_buffer *buffer, rib_batch_add_path_in *path, const void *attr_array)
 {
-    rib_batch_append_attr(buffer, {rib_batch_tail(buffer), RIB_BATCH_PATH_FIXED, &path->bapi_attrs}, RIB_ATTR_ECOMMS, attr_array);
-    const size_t bytes = path->bapi_attrs.asa_len;
+    const rib_attr_area area = rib_attrs_of(path);
+    rib_batch_append_attr(buffer, area, RIB_ATTR_ECOMMS, attr_array);
+    const size_t bytes = rib_batch_end_attrs(area);
     rib_to_net(&path->bapi_attrs);
     return bytes;
 }
@@ -132,17 +133,12 @@ rib_batch_buffer_result rib_batch_buffer_add_path_init(rib_batch_buffer *buffer,
     bori_fixed *route = route_for_path(buffer, RIB_BATCH_PATH_FIXED + 64 + reserve);
     if (!route)
         return RIB_BATCH_BUFFER_ERROR;
-    auto *path = reinterpret_cast<rib_batch_add_path_in *>(rib_batch_tail(buffer));
-    std::memset(static_cast<void *>(path), 0, RIB_BATCH_PATH_FIXED);
+    rib_batch_add_path_in *path = rib_batch_copy_image(rib_batch_tail(buffer), rib_batch_image_of.open_add_path);
     rib_copy_addr(&path->bapi_nexthop, nexthop);
     rib_batch_buffer_set_path_infosource(&in->pi_infosource, path);
-    path->bapi_type = RIB_BATCH_REC_ADD_PATH;
     path->bapi_u32_152 = in->pi_u32_0;
     path->bapi_u32_176 = in->pi_u32_16;
     path->bapi_u32_200 = in->pi_u32_20;
-    path->bapi_binding_label = RIB_LABEL_NONE;
-    for (size_t i = 0; i < 3; i++)
-        path->bapi_labels[i] = RIB_LABEL_NONE;
     count_path(route);
     return RIB_BATCH_BUFFER_OK;
 }
@@ -165,15 +161,16 @@ rib_batch_buffer_result rib_batch_buffer_del_path_init(rib_batch_buffer *buffer,
     return RIB_BATCH_BUFFER_OK;
 }
 
-/* Closes the open path, which is converted here and nowhere else. */
+/* Closes the open path, which is converted here and nowhere else; behind its attributes stand so many bytes. */
 template <class record>
-static rib_batch_buffer_result finish_path(rib_batch_buffer *buffer, record *path, const void *bitmap, size_t bytes,
+static rib_batch_buffer_result finish_path(rib_batch_buffer *buffer, record *path, const void *bitmap, size_t trailing,
                                            rib_path_role role)
 {
+    const size_t attr_bytes = rib_batch_end_attrs(rib_attrs_of(path));
     if (role == rib_path_role::primary && lbitmap_is_empty(bitmap))
         mark_primary(reinterpret_cast<bori_fixed *>(buffer->cur_rec));
     rib_to_net(path);
-    return rib_batch_advance(buffer, bytes);
+    return rib_batch_advance(buffer, RIB_BATCH_PATH_FIXED + attr_bytes + trailing);
 }
 
 rib_batch_buffer_result rib_batch_buffer_add_path_done(rib_batch_buffer *buffer, rib_path_role role)
@@ -181,8 +178,8 @@ rib_batch_buffer_result rib_batch_buffer_add_path_done(rib_batch_buffer *buffer,
     auto *path = reinterpret_cast<rib_batch_add_path_in *>(rib_batch_open_path(buffer, RIB_BATCH_REC_ADD_PATH));
     if (!path)
         return RIB_BATCH_BUFFER_ERROR;
-    const size_t bytes = RIB_BATCH_PATH_FIXED + path->bapi_attrs.asa_len + rib_batch_trailing_size(path->bapi_ext_mask);
-    return finish_path(buffer, path, path->bapi_bitmap_head, bytes, role);
+    const size_t trailing = rib_batch_trailing_size(path->bapi_ext_mask);
+    return finish_path(buffer, path, path->bapi_bitmap_head, trailing, role);
 }
 
 rib_batch_buffer_result rib_batch_buffer_del_path_done(rib_batch_buffer *buffer, rib_path_role role)
@@ -190,5 +187,5 @@ rib_batch_buffer_result rib_batch_buffer_del_path_done(rib_batch_buffer *buffer,
     auto *path = reinterpret_cast<rib_batch_del_path_in *>(rib_batch_open_path(buffer, RIB_BATCH_REC_DEL_PATH));
     if (!path)
         return RIB_BATCH_BUFFER_ERROR;
-    return finish_path(buffer, path, path->bdpi_bitmap, RIB_BATCH_PATH_FIXED + path->bdpi_attrs.asa_len, role);
+    return finish_path(buffer, path, path->bdpi_bitmap, 0, role);
 }

@@ -14,7 +14,7 @@ static rib_batch_buffer_result append_to_add_path(rib_batch_buffer *buffer, rib_
     auto *path = reinterpret_cast<rib_batch_add_path_in *>(rib_batch_open_path(buffer, RIB_BATCH_REC_ADD_PATH));
     if (!path || path->bapi_ext_mask != 0)
         return RIB_BATCH_BUFFER_ERROR;
-    return rib_batch_append_attr(buffer, {rib_batch_tail(buffer), RIB_BATCH_PATH_FIXED, &path->bapi_attrs}, type, value);
+    return rib_batch_append_attr(buffer, rib_attrs_of(path), type, value);
 }
 
 static rib_batch_buffer_result append_to_del_path(rib_batch_buffer *buffer, rib_attr_type_t type, const void *value)
@@ -22,7 +22,7 @@ static rib_batch_buffer_result append_to_del_path(rib_batch_buffer *buffer, rib_
     auto *path = reinterpret_cast<rib_batch_del_path_in *>(rib_batch_open_path(buffer, RIB_BATCH_REC_DEL_PATH));
     if (!path)
         return RIB_BATCH_BUFFER_ERROR;
-    return rib_batch_append_attr(buffer, {rib_batch_tail(buffer), RIB_BATCH_PATH_FIXED, &path->bdpi_attrs}, type, value);
+    return rib_batch_append_attr(buffer, rib_attrs_of(path), type, value);
 }
 
 rib_batch_buffer_result rib_batch_buffer_path_set_ecomms_array(rib_batch_buffer *buffer, const void *ecomms)

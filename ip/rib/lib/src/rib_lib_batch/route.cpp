@@ -4,6 +4,7 @@
 #include "route.h"
 
 #include "../rib_addr.h"
+#include "attributes.h"
 #include "images.h"
 
 /* Writes an empty route at the end of the data and makes it the current one; NULL when there is no buffer or it is full. */
@@ -52,9 +53,9 @@ rib_batch_buffer_result rib_batch_buffer_add_route3(rib_batch_buffer *buffer)
     if (!buffer || rib_batch_over_limit(buffer) || buffer->cur_rec != rib_batch_tail(buffer))
         return RIB_BATCH_BUFFER_ERROR;
     auto *route = reinterpret_cast<bori_fixed *>(buffer->cur_rec);
-    const size_t bytes = RIB_BATCH_ROUTE_FIXED + route->borfi_attrs.asa_len;
+    const size_t attr_bytes = rib_batch_end_attrs(rib_attrs_of(route));
     route->borfi_flags |= RIB_ROUTE_NO_PRIMARY;
     route->borfi_bits = bits_to_net(route->borfi_bits);
     rib_to_net(route);
-    return rib_batch_advance(buffer, bytes);
+    return rib_batch_advance(buffer, RIB_BATCH_ROUTE_FIXED + attr_bytes);
 }

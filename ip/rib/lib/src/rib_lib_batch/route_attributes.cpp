@@ -28,11 +28,6 @@ static bool compatible(rib_attr_type_t added, uint8_t held)
     return held >= FIRST_OF_ROUTE && held < RIB_ATTR_TYPES && (may_join[added - FIRST_OF_ROUTE] & bit_of(held));
 }
 
-static rib_attr_area area_of(bori_fixed *route)
-{
-    return {reinterpret_cast<uint8_t *>(route), RIB_BATCH_ROUTE_FIXED, &route->borfi_attrs};
-}
-
 /* The current record as a route, which its caller has to see to; NULL when there is none. */
 static bori_fixed *current(rib_batch_buffer *buffer)
 {
@@ -53,7 +48,7 @@ rib_batch_buffer_result rib_batch_buffer_route_set_attr_array(rib_batch_buffer *
     for (const auto *held = rib_attr_first(&route_in->borfi_attrs); held; held = rib_attr_next(&route_in->borfi_attrs, held))
         if (!compatible(type, held->ae_type))
             return held->ae_type == type ? RIB_BATCH_BUFFER_ATTR_DUPLICATE : RIB_BATCH_BUFFER_ATTR_CONFLICT;
-    return rib_batch_append_attr(buffer, area_of(route_in), type, value);
+    return rib_batch_append_attr(buffer, rib_attrs_of(route_in), type, value);
 }
 
 /* Appends a value without asking what else the route has. */
@@ -61,7 +56,8 @@ static rib_batch_buffer_result append_to_any(rib_batch_buffer *buffer, rib_attr_
 {
     bori_fixed *route_in = current(buffer);
     rib_fatal_unless(!route_in || route_in->borfi_type == RIB_BATCH_REC_ROUTE, "route_in->bori_fixed.borfi_type == 1");
-    return rib_batch_open_route(buffer) ? rib_batch_append_attr(buffer, area_of(route_in), type, value) : RIB_BATCH_BUFFER_ERROR;
+    return rib_batch_open_route(buffer) ? rib_batch_append_attr(buffer, rib_attrs_of(route_in), type, value)
+                                        : RIB_BATCH_BUFFER_ERROR;
 }
 
 rib_batch_buffer_result rib_batch_buffer_route_set_srv6_end_func_type(rib_batch_buffer *buffer, srv6_end_func_type type)
