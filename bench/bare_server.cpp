@@ -5,12 +5,13 @@
 
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
-bare_server::bare_server(const std::string &dir, const char *service, size_t reply_bytes) : reply_bytes_(reply_bytes)
+bare_server::bare_server(const std::string &dir, const char *service, answer_td answer) : answer_(std::move(answer))
 {
     static constexpr msg_server_ops_t ops = {
         .connected = [](void *, msg_peer_t *, unsigned) { return 0; },
-        .received = answer,
+        .received = received,
         .disconnected = [](void *, msg_peer_t *) {},
     };
     const msg_server_options_t options = {.mso_dir = dir.c_str()};
@@ -31,10 +32,9 @@ bare_server::~bare_server()
     msg_server_destroy(server_);
 }
 
-void bare_server::answer(void *self, msg_peer_t *peer, uint8_t *, size_t len)
+void bare_server::received(void *self, msg_peer_t *peer, uint8_t *msg, size_t len)
 {
-    const size_t wanted = static_cast<bare_server *>(self)->reply_bytes_;
-    const size_t bytes = wanted ? wanted : len;
+    const size_t bytes = static_cast<bare_server *>(self)->answer_(msg, len);
     if (!msg_peer_reply_area(peer, bytes) || msg_peer_reply(peer, bytes) != 0)
         msg_peer_close(peer);
 }

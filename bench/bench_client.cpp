@@ -1,16 +1,12 @@
 /*
- * Clients and the bare channel.
+ * The run directory, and clients.
  */
 #include "bench_client.h"
 
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <vector>
-
-#include <platform/msg_chan.h>
-
-#include "bare_server.h"
+#include <stdexcept>
 
 const std::string &bench_run_dir()
 {
@@ -19,7 +15,7 @@ const std::string &bench_run_dir()
         run_dir()
         {
             if (!mkdtemp(path.data()))
-                std::abort();
+                throw std::runtime_error("no run directory");
             setenv("MSG_CHAN_DIR", path.c_str(), 1);
         }
         ~run_dir() { std::filesystem::remove_all(path); }
@@ -37,12 +33,19 @@ in6_addr_t bench_prefix(uint32_t number)
     return addr;
 }
 
-bench_client::bench_client()
+uint32_t bench_number(const uint8_t *prefix)
+{
+    uint32_t net;
+    std::memcpy(&net, prefix + 2, sizeof net);
+    return __builtin_bswap32(net);
+}
+
+bench_client::bench_client(const char *instance)
 {
     errcode err;
     if (ipv6_rib_bind(&conn) == -1)
-        std::abort();
-    const rib_protoid_td protoid = ipv6_rib_register_protocol(conn, "bench", "1", RIB_PROTO_KIND_STATIC, 0, 0, 0, &err);
+        throw std::runtime_error("no server");
+    const rib_protoid_td protoid = ipv6_rib_register_protocol(conn, "bench", instance, RIB_PROTO_KIND_STATIC, 0, 0, 0, &err);
     ipv6_rib_batch_buffer_init(buffer_, IPV6_RIB_TABLE_DEFAULT, protoid);
 }
 
@@ -53,27 +56,90 @@ bench_client::~bench_client()
     ipv6_rib_unbind(&conn);
 }
 
+void bench_client::add_route(uint32_t route)
+{
+    const in6_addr_t prefix = bench_prefix(route);
+    ipv6_rib_batch_buffer_add_route(buffer_, &prefix, bench_prefix_len, 0, 0);
+}
+
 int bench_client::send_full_batch(uint32_t routes)
 {
-    const in6_addr_t nexthop = bench_prefix(7);
     while (ipv6_rib_batch_buffer_route_fits(buffer_, 1)) {
-        const in6_addr_t prefix = bench_prefix(number++ % routes);
-        ipv6_rib_batch_buffer_add_route(buffer_, &prefix, 48, 0, 0);
-        ipv6_rib_batch_buffer_add_path(buffer_, 0, 0, &nexthop, &nexthop, 0, 0, 0);
+        add_route(number++ % routes);
+        ipv6_rib_batch_buffer_add_path(buffer_, 0, 0, &nexthop_, &nexthop_, 0, 0, 0);
     }
     return ipv6_rib_batch_buffer_send(conn, buffer_, reply);
 }
 
-void bench_bare_channel(benchmark::State &state, size_t sent, size_t answered, size_t items)
+void bench_client::announce(uint32_t route)
 {
-    bare_server server(bench_run_dir(), "/dev/bench", answered);
-    uint32_t chan;
-    if (msg_chan_connect("/dev/bench", 0, 0, &chan) != 0)
-        std::abort();
-    std::vector<char> msg(sent), reply(answered);
-    for (auto _ : state)
-        if (msg_send(chan, msg.data(), msg.size(), reply.data(), reply.size()) != 0)
-            state.SkipWithError("send failed");
-    msg_chan_disconnect(&chan);
-    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(items));
+    if (!ipv6_rib_batch_buffer_route_fits(buffer_, 1))
+        flush();
+    add_route(route);
+    ipv6_rib_batch_buffer_add_path(buffer_, 0, 0, &nexthop_, &nexthop_, 0, 0, 0);
+}
+
+void bench_client::withdraw(uint32_t route)
+{
+    static constexpr in6_addr_t every = {};
+    if (!ipv6_rib_batch_buffer_route_fits(buffer_, 1))
+        flush();
+    add_route(route);
+    ipv6_rib_batch_buffer_delete_path(buffer_, &every, 0, 0);
+}
+
+void bench_client::flush()
+{
+    if (ipv6_rib_batch_buffer_is_empty(buffer_))
+        return;
+    if (ipv6_rib_batch_buffer_send(conn, buffer_, reply) <= 0)
+        throw std::runtime_error("the server refused a batch");
+    if (const size_t refused = bench_refused(reply))
+        throw std::runtime_error("the server refused " + std::to_string(refused) + " records of a batch");
+}
+
+void bench_client::announce_all(std::span<const uint32_t> routes)
+{
+    for (const uint32_t route : routes)
+        announce(route);
+    flush();
+}
+
+void bench_client::withdraw_all(std::span<const uint32_t> routes)
+{
+    for (const uint32_t route : routes)
+        withdraw(route);
+    flush();
+}
+
+uint32_t bench_client::prefixes() const
+{
+    uint32_t status[2] = {};
+    if (ipv6_rib_get_table_status(conn, IPV6_RIB_TABLE_DEFAULT, status) != 0)
+        throw std::runtime_error("no status of the table");
+    return status[1];
+}
+
+/* Whether a result is neither done nor "it was so". */
+static bool refusal(int32_t result)
+{
+    return result < 0 || result > RIB_RESULT_EXISTS;
+}
+
+/* A withdrawal's result is laid out differently. */
+static int32_t path_result(void *path)
+{
+    return *static_cast<uint8_t *>(path) == 1 ? static_cast<rib_batch_path_out *>(path)->po_result
+                                              : static_cast<rib_batch_path_del_out *>(path)->pd_result;
+}
+
+size_t bench_refused(void *reply)
+{
+    size_t count = 0;
+    for (void *at = ipv6_rib_batch_args_out_first_route(reply); at; at = ipv6_rib_batch_args_out_next_route(reply, at)) {
+        count += refusal(static_cast<rib_batch_route_out *>(at)->ro_result);
+        for (void *path = ipv6_rib_batch_route_out_first_path(at); path; path = ipv6_rib_batch_route_out_next_path(at, path))
+            count += refusal(path_result(path));
+    }
+    return count;
 }

@@ -1,6 +1,7 @@
 /*
  * Downloading routes into a server, beside the bare channel with the same message sizes.
  */
+#include "bare_channel.h"
 #include "bench_client.h"
 #include "ratios.h"
 #include "server/embed.h"
@@ -15,24 +16,12 @@ void bare_channel_batch(benchmark::State &state)
 }
 BENCHMARK(bare_channel_batch)->UseRealTime();
 
-/* Every route result and path result is looked at, as a careful client does. */
-size_t refused(void *reply)
-{
-    size_t count = 0;
-    for (void *at = ipv6_rib_batch_args_out_first_route(reply); at; at = ipv6_rib_batch_args_out_next_route(reply, at)) {
-        count += static_cast<rib_batch_route_out *>(at)->ro_result < 0;
-        for (void *path = ipv6_rib_batch_route_out_first_path(at); path; path = ipv6_rib_batch_route_out_next_path(at, path))
-            count += static_cast<rib_batch_path_out *>(path)->po_result < 0;
-    }
-    return count;
-}
-
 void download(benchmark::State &state)
 {
     rib_embedded_server server({.dir = bench_run_dir()});
     bench_client producer;
     for (auto _ : state)
-        if (producer.send_full_batch(table_routes) <= 0 || refused(producer.reply) != 0)
+        if (producer.send_full_batch(table_routes) <= 0 || bench_refused(producer.reply) != 0)
             state.SkipWithError("batch refused");
     state.SetItemsProcessed(static_cast<int64_t>(producer.number));
 }

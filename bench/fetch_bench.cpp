@@ -5,7 +5,9 @@
 #include <cstdlib>
 #include <thread>
 
+#include "bare_channel.h"
 #include "bench_client.h"
+#include "bench_consumer.h"
 #include "ratios.h"
 #include "server/embed.h"
 
@@ -15,7 +17,7 @@ constexpr unsigned table_batches = 24; /* about 20,000 routes */
 constexpr size_t told_route = 136 + 104 + 8;
 constexpr size_t fetch_sent = 280, fetch_answered = 524288;
 
-/* A server with a table, and consumers that ask for it anew for each fetch. */
+/* A server with a table. Consumers ask for it anew for each fetch. */
 struct filled_server {
     rib_embedded_server server{{.dir = bench_run_dir(), .msg_version = 1}};
     bench_client client;
@@ -25,39 +27,6 @@ struct filled_server {
             if (client.send_full_batch(UINT32_MAX) <= 0)
                 std::abort();
     }
-};
-
-class consumer
-{
-public:
-    consumer()
-    {
-        if (ipv6_rib_bind(&conn_) == -1)
-            std::abort();
-    }
-    ~consumer() { ipv6_rib_unbind(&conn_); }
-    consumer(const consumer &) = delete;
-    consumer &operator=(const consumer &) = delete;
-
-    /* Asks for the table and fetches all of it; the number of routes. */
-    size_t fetch_dump()
-    {
-        uint16_t count;
-        ipv6_rib_redist_batch_init(conn_, RIB_REDIST_ALL);
-        ipv6_rib_redist_batch_register(conn_, 1, IPV6_RIB_TABLE_DEFAULT, RIB_REDIST_ALL, 0, 0, &count);
-        ipv6_rib_redist_batch_finish(conn_, &count);
-        size_t routes = 0;
-        const rib_route_update_cb on_route = [](uint32_t, ipv6_routetype *route, void *number) {
-            benchmark::DoNotOptimize(route);
-            ++*static_cast<size_t *>(number);
-        };
-        if (ipv6_rib_fetch_update(conn_, &routes, nullptr, RIB_UPDATE_ROUTES, on_route, RIB_UPDATE_END) != 0)
-            std::abort();
-        return routes;
-    }
-
-private:
-    ipv6_rib_conn_p conn_ = nullptr;
 };
 
 /* One item is a route, so that rates compare. */
@@ -70,7 +39,7 @@ BENCHMARK(bare_channel_fetch)->UseRealTime();
 void fetch(benchmark::State &state)
 {
     filled_server filled;
-    consumer one;
+    bench_consumer one;
     size_t routes = 0;
     for (auto _ : state)
         routes += one.fetch_dump();
@@ -81,7 +50,7 @@ BENCHMARK(fetch)->UseRealTime();
 void two_fetches(benchmark::State &state)
 {
     filled_server filled;
-    consumer first, second;
+    bench_consumer first, second;
     size_t routes = 0;
     for (auto _ : state) {
         size_t beside = 0;

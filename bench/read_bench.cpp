@@ -8,6 +8,7 @@
 
 #include <platform/msg_chan.h>
 
+#include "bare_channel.h"
 #include "bench_client.h"
 #include "ratios.h"
 #include "server/embed.h"

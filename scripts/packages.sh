@@ -1,5 +1,5 @@
 #!/bin/bash
-# Installs the Debian packages that are missing. Groups: build (libraries and programs), test, clang, lint.
+# Installs the Debian packages that are missing. Groups: build (libraries and programs), test, clang, bench, lint.
 #
 #   scripts/packages.sh build test
 #
@@ -8,8 +8,9 @@ set -euo pipefail
 
 declare -A groups=(
     [build]="cmake ninja-build g++ libboost-dev libabsl-dev libcli11-dev libfmt-dev nlohmann-json3-dev zlib1g-dev libbz2-dev"
-    [test]="libgtest-dev libgmock-dev libbenchmark-dev pkgconf abigail-tools"
+    [test]="libgtest-dev libgmock-dev libbenchmark-dev pkgconf abigail-tools valgrind"
     [clang]="clang-14 libclang-rt-14-dev"
+    [bench]="libbenchmark-dev pkgconf libmnl-dev gnuplot-nox jq"
     [lint]="clang-format-14 clang-tidy-14"
 )
 
