@@ -33,6 +33,11 @@ uint8_t *rib_batch_result(rib_batch_run &run, size_t size);
 void rib_batch_open_table(rib_batch_run &run, rib_tableid_td table, rib_protoid_td protoid);
 /* Applies the records of a route batch, msg to msg + len. */
 void rib_batch_apply(rib_batch_run &run, const uint8_t *msg, size_t len);
+/* The prefix of a route record. */
+inline rib_prefix rib_batch_prefix(const uint8_t *route)
+{
+    return rib_prefix_load(route + offsetof(bori_fixed, borfi_prefix), route[offsetof(bori_fixed, borfi_prefixlen)]);
+}
 /* Applies one route record and its paths; returns the byte behind them. */
 const uint8_t *rib_batch_apply_route(rib_batch_run &run, const uint8_t *record);
 /* Applies the records of a protocol batch. */

@@ -48,3 +48,11 @@ inline size_t rib_batch_path_len(const uint8_t *path)
     return RIB_BATCH_PATH_FIXED + rib_batch_attr_len(path + offsetof(rib_batch_add_path_in, bapi_attrs)) +
            rib_batch_trailing_size(rib_batch_ext_mask(path));
 }
+/* Bytes of a route with its paths. */
+inline size_t rib_batch_whole_route_len(const uint8_t *route)
+{
+    size_t len = rib_batch_route_len(route);
+    for (unsigned left = rib_batch_path_count(route); left != 0; --left)
+        len += rib_batch_path_len(route + len);
+    return len;
+}

@@ -4,7 +4,10 @@
 #include "server/batch_path.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <functional>
+#include <numeric>
 #include <utility>
 
 #include "ip/rib/wire/batch_results.h"
@@ -33,8 +36,9 @@ static rib_path_id id_of(const uint8_t *record)
 /* The bits alone are asked: the words before them are the client's and bound nothing here. */
 static bool has_bitmap(const uint8_t *record)
 {
-    const uint8_t *bits = AT(bapi_bitmap_bits);
-    return std::any_of(bits, bits + sizeof(rib_batch_add_path_in::bapi_bitmap_bits), [](uint8_t byte) { return byte != 0; });
+    std::array<uint64_t, sizeof(rib_batch_add_path_in::bapi_bitmap_bits) / sizeof(uint64_t)> words;
+    std::memcpy(words.data(), AT(bapi_bitmap_bits), sizeof words);
+    return std::accumulate(words.begin(), words.end(), uint64_t{0}, std::bit_or()) != 0;
 }
 
 static std::unique_ptr<rib_path_extra> extra_of(const uint8_t *record)

@@ -177,17 +177,9 @@ static outcome_td apply_route(rib_batch_run &run, const rib_prefix &prefix, cons
     return apply_paths_of(run, prefix, record);
 }
 
-static size_t whole_route_len(const uint8_t *record)
-{
-    size_t len = rib_batch_route_len(record);
-    for (unsigned left = rib_batch_path_count(record); left != 0; --left)
-        len += rib_batch_path_len(record + len);
-    return len;
-}
-
 const uint8_t *rib_batch_apply_route(rib_batch_run &run, const uint8_t *record)
 {
-    const rib_prefix prefix = rib_prefix_load(AT(borfi_prefix), *AT(borfi_prefixlen));
+    const rib_prefix prefix = rib_batch_prefix(record);
     auto *out = reinterpret_cast<rib_batch_route_out *>(rib_batch_result(run, sizeof(rib_batch_route_out)));
     const outcome_td outcome = apply_route(run, prefix, record, out);
     out->ro_type = RIB_BATCH_RES_ROUTE;
@@ -200,5 +192,5 @@ const uint8_t *rib_batch_apply_route(rib_batch_run &run, const uint8_t *record)
     rib_batch_route_out_net::swap(out);
     ++run.count;
     run.refused += rib_result_refuses(outcome.result);
-    return record + whole_route_len(record);
+    return record + rib_batch_whole_route_len(record);
 }

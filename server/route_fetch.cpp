@@ -18,8 +18,8 @@ constexpr uint8_t BEHIND_PROTOCOL = 2;
 
 /* A walk over the routes that are asked for. */
 struct walk_td {
-    rib_table::tree_td::const_iterator place;
-    rib_table::tree_td::const_iterator end;
+    rib_table::const_place_td place;
+    rib_table::const_place_td end;
     rib_prefix last; /* prefixes that begin behind its bits are too far */
     rib_protoid_td protoid = RIB_PROTOID_NONE;
     bool best_only = false;

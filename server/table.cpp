@@ -38,8 +38,9 @@ static void elect(rib_route_ptr &head)
 
 const rib_table::entry_td *rib_table::exact(const rib_prefix &prefix) const
 {
-    const auto place = tree_.find(rib_prefix_cut(prefix, prefix.len));
-    return place == tree_.end() ? nullptr : &*place;
+    const rib_prefix wanted = rib_prefix_cut(prefix, prefix.len);
+    const auto place = prefixes_.lower_bound(wanted);
+    return place != prefixes_.end() && place->first == wanted ? &*place : nullptr;
 }
 
 /*
@@ -49,13 +50,12 @@ const rib_table::entry_td *rib_table::exact(const rib_prefix &prefix) const
 const rib_table::entry_td *rib_table::longest(const rib_prefix &addr, unsigned min_len, unsigned max_len) const
 {
     for (unsigned len = max_len;;) {
-        auto place = tree_.upper_bound(rib_prefix_cut(addr, len));
-        if (place == tree_.begin())
+        const entry_td *entry = prefixes_.last_until(rib_prefix_cut(addr, len));
+        if (!entry)
             return nullptr;
-        --place;
-        const unsigned common = rib_common_bits(place->first, addr);
-        if (common >= place->first.len)
-            return place->first.len >= min_len ? &*place : nullptr;
+        const unsigned common = rib_common_bits(entry->first, addr);
+        if (common >= entry->first.len)
+            return entry->first.len >= min_len ? entry : nullptr;
         if (common < min_len)
             return nullptr;
         len = common;
@@ -65,17 +65,14 @@ const rib_table::entry_td *rib_table::longest(const rib_prefix &addr, unsigned m
 const rib_table::entry_td *rib_table::first_longer(const rib_prefix &prefix) const
 {
     const rib_prefix within = rib_prefix_cut(prefix, prefix.len);
-    const auto place = tree_.upper_bound(within);
-    return place != tree_.end() && rib_prefix_covers(within, place->first) ? &*place : nullptr;
+    const auto place = prefixes_.upper_bound(within);
+    return place != prefixes_.end() && rib_prefix_covers(within, place->first) ? &*place : nullptr;
 }
 
 rib_table::place_td rib_table::locate(const rib_prefix &prefix)
 {
-    const bool in_order = (cursor_ == tree_.end() || !(cursor_->first < prefix)) &&
-                          (cursor_ == tree_.begin() || std::prev(cursor_)->first < prefix);
-    if (!in_order)
-        cursor_ = tree_.lower_bound(prefix);
-    return cursor_ != tree_.end() && cursor_->first == prefix ? cursor_ : tree_.end();
+    const place_td place = prefixes_.locate(prefix);
+    return place != end() && place->first == prefix ? place : end();
 }
 
 rib_route *rib_table::route_of(const entry_td &entry, rib_protoid_td protoid)
@@ -88,8 +85,8 @@ rib_route *rib_table::route_of(const entry_td &entry, rib_protoid_td protoid)
 
 rib_table::place_td rib_table::add(const rib_prefix &prefix, rib_route_ptr route)
 {
-    locate(prefix);
-    const place_td place = tree_.try_emplace(cursor_, prefix);
+    const place_td there = locate(prefix);
+    const place_td place = there == end() ? prefixes_.insert(prefix) : there;
     rib_route *added = route.get();
     rib_route_ptr &link = place->second ? place->second->next : place->second;
     added->next = std::move(link);
@@ -98,12 +95,12 @@ rib_table::place_td rib_table::add(const rib_prefix &prefix, rib_route_ptr route
     return place;
 }
 
-/* Every change of a table ends here. */
-void rib_table::table_change(place_td place, rib_change change, rib_route *route)
+/* Every change of a table ends here. Returns the place behind the prefix. */
+rib_table::place_td rib_table::table_change(place_td place, rib_change change, rib_route *route)
 {
     if (!audience) {
-        settle(place, change, route);
-        return;
+        settle(&place, change, route);
+        return place;
     }
     const rib_route *head = place->second.get();
     const bool alone = change == rib_change::added && head == route;
@@ -111,48 +108,50 @@ void rib_table::table_change(place_td place, rib_change change, rib_route *route
                              .change = change,
                              .protoid = route->protoid,
                              .best_before = alone ? RIB_PROTOID_NONE : head->protoid};
-    if (const rib_route *best = settle(place, change, route))
+    if (const rib_route *best = settle(&place, change, route))
         event.best_after = best->protoid;
     rib_tell_change(audience->watchers, event);
     const bool subnet = change != rib_change::changed && common_.kinds[event.protoid] == RIB_PROTO_KIND_CONNECTED;
     audience->steps.touch(event.prefix, subnet);
+    return place;
 }
 
 /*
  * The head of the chain is still the route that was best before; an added route stands in the chain, a withdrawn one is
- * taken out and freed. Afterwards the cursor stands behind the prefix. Returns the best route, NULL when none is left.
+ * taken out and freed. The place moves behind the prefix. Returns the best route, NULL when none is left.
  */
-const rib_route *rib_table::settle(place_td place, rib_change change, rib_route *route)
+const rib_route *rib_table::settle(place_td *place, rib_change change, rib_route *route)
 {
+    entry_td &entry = **place;
     route->version = ++common_.version;
     if (change == rib_change::added) {
         ++counts_[route->protoid];
         ++route_count_;
     } else if (change == rib_change::withdrawn) {
-        take_out(place, route);
+        take_out(entry, route);
     }
-    if (place->first.len == RIB_ADDR_BITS && change != rib_change::changed)
-        settle_local(*place);
-    if (!place->second) {
-        cursor_ = tree_.erase(place);
+    if (entry.first.len == RIB_ADDR_BITS && change != rib_change::changed)
+        settle_local(entry);
+    if (!entry.second) {
+        *place = prefixes_.erase(*place);
         return nullptr;
     }
-    elect(place->second);
-    cursor_ = std::next(place);
-    return place->second.get();
+    elect(entry.second);
+    ++*place;
+    return entry.second.get();
 }
 
-void rib_table::take_out(place_td place, rib_route *route)
+void rib_table::take_out(entry_td &entry, rib_route *route)
 {
     --counts_[route->protoid];
     --route_count_;
     for (rib_protoid_td id = 0; route->advertisers && id != RIB_PROTOID_COUNT; ++id)
         advertised_[id] -= route->advertisers->test(id);
-    rib_route_ptr *link = link_of(&place->second, route);
+    rib_route_ptr *link = link_of(&entry.second, route);
     const rib_route_ptr withdrawn = std::move(*link);
     *link = std::move(withdrawn->next);
     if (ledger)
-        ledger->ended(place->first);
+        ledger->ended(entry.first);
 }
 
 void rib_table::settle_local(const entry_td &entry)
@@ -174,7 +173,7 @@ void rib_table::kind_changed(rib_protoid_td protoid, uint32_t before)
         audience->steps.touch_all();
     if (before != RIB_PROTO_KIND_LOCAL && common_.kinds[protoid] != RIB_PROTO_KIND_LOCAL)
         return;
-    for (const entry_td &entry : tree_)
+    for (const entry_td &entry : prefixes_)
         if (entry.first.len == RIB_ADDR_BITS)
             settle_local(entry);
 }
@@ -200,14 +199,14 @@ bool rib_table::advertise(place_td place, rib_protoid_td protoid, bool advertise
 
 void rib_table::forget_advertiser(rib_protoid_td protoid)
 {
-    for (place_td place = tree_.begin(); advertised_[protoid] != 0; ++place)
+    for (place_td place = prefixes_.begin(); advertised_[protoid] != 0; ++place)
         advertise(place, protoid, false);
 }
 
 void rib_table::for_each_route(rib_protoid_td protoid, absl::FunctionRef<verdict(rib_route &)> work)
 {
     uint32_t left = counts_[protoid];
-    for (place_td place = tree_.begin(); left != 0;) {
+    for (place_td place = prefixes_.begin(); left != 0;) {
         rib_route *route = route_of(*place, protoid);
         left -= route != nullptr;
         const verdict answer = route ? work(*route) : verdict::keep;
@@ -215,8 +214,7 @@ void rib_table::for_each_route(rib_protoid_td protoid, absl::FunctionRef<verdict
             ++place;
             continue;
         }
-        table_change(place, answer == verdict::changed ? rib_change::changed : rib_change::withdrawn, route);
-        place = cursor_;
+        place = table_change(place, answer == verdict::changed ? rib_change::changed : rib_change::withdrawn, route);
     }
 }
 

@@ -6,14 +6,12 @@
 #include <array>
 #include <cstdint>
 
-#include <absl/container/btree_map.h>
 #include <absl/container/btree_set.h>
 #include <absl/functional/function_ref.h>
 
 #include <ipv6_rib/types.h>
 
-#include "server/prefix.h"
-#include "server/route.h"
+#include "server/prefix_map.h"
 
 enum class rib_change { added, changed, withdrawn };
 
@@ -29,17 +27,17 @@ struct rib_table_common {
 class rib_table
 {
 public:
-    using tree_td = absl::btree_map<rib_prefix, rib_route_ptr>;
-    using entry_td = tree_td::value_type;
-    using place_td = tree_td::iterator;
+    using entry_td = rib_prefix_map::entry_td;
+    using place_td = rib_prefix_map::iterator;
+    using const_place_td = rib_prefix_map::const_iterator;
 
-    rib_table(rib_tableid_td id, rib_table_common &common) : id_(id), common_(common), cursor_(tree_.end()) {}
+    rib_table(rib_tableid_td id, rib_table_common &common) : id_(id), common_(common) {}
     rib_table(const rib_table &) = delete;
     rib_table &operator=(const rib_table &) = delete;
 
     rib_tableid_td id() const { return id_; }
     uint64_t version() const { return common_.version; }
-    size_t prefix_count() const { return tree_.size(); }
+    size_t prefix_count() const { return prefixes_.size(); }
     size_t route_count() const { return route_count_; }
     uint32_t route_count(rib_protoid_td protoid) const { return counts_[protoid]; }
 
@@ -49,14 +47,19 @@ public:
     /* The first prefix within the given one, in prefix order, that is longer. */
     const entry_td *first_longer(const rib_prefix &prefix) const;
     /* A walk in prefix order, from the first prefix that does not stand before the given one. */
-    tree_td::const_iterator from(const rib_prefix &prefix) const { return tree_.lower_bound(prefix); }
-    tree_td::const_iterator end() const { return tree_.end(); }
+    const_place_td from(const rib_prefix &prefix) const { return prefixes_.lower_bound(prefix); }
+    const_place_td end() const { return prefixes_.end(); }
     /* This router's own addresses: the prefixes of 128 bits that have a route of a protocol of kind local. */
     const absl::btree_set<rib_prefix> &local_addresses() const { return local_addresses_; }
 
+    /* Searches begun early for prefixes that will be located soon, as those of the map. */
+    using hint_td = rib_prefix_map::hint_td;
+    void expect(const rib_prefix &prefix, hint_td *hint) const { prefixes_.expect(prefix, hint); }
+    void approach(hint_td *hint) const { prefixes_.approach(hint); }
+    void recall(const hint_td &hint) { prefixes_.recall(hint); }
     /* Where a prefix stands, end() when it is absent. Costs no search when asked for in prefix order. */
     place_td locate(const rib_prefix &prefix);
-    place_td end() { return tree_.end(); }
+    place_td end() { return prefixes_.end(); }
     static rib_route *route_of(const entry_td &entry, rib_protoid_td protoid);
     /* Takes in a route of a protocol that has none for the prefix; returns where it stands. */
     place_td add(const rib_prefix &prefix, rib_route_ptr route);
@@ -80,9 +83,9 @@ public:
     rib_ledger *ledger = nullptr;     /* of what the routes show; NULL in a table whose routes stand for themselves */
 
 private:
-    void table_change(place_td place, rib_change change, rib_route *route);
-    const rib_route *settle(place_td place, rib_change change, rib_route *route);
-    void take_out(place_td place, rib_route *route);
+    place_td table_change(place_td place, rib_change change, rib_route *route);
+    const rib_route *settle(place_td *place, rib_change change, rib_route *route);
+    void take_out(entry_td &entry, rib_route *route);
     void settle_local(const entry_td &entry);
     /* Runs work on each route of a protocol; what it answers is done: nothing, or the change. */
     enum class verdict { keep, changed, withdraw };
@@ -90,8 +93,7 @@ private:
 
     rib_tableid_td id_;
     rib_table_common &common_;
-    tree_td tree_;
-    place_td cursor_; /* the first prefix behind the last one asked for, as far as it went in order */
+    rib_prefix_map prefixes_;
     std::array<uint32_t, RIB_PROTOID_COUNT> counts_ = {};
     std::array<uint32_t, RIB_PROTOID_COUNT> advertised_ = {}; /* routes that a protocol advertises */
     absl::btree_set<rib_prefix> local_addresses_;

@@ -41,8 +41,8 @@ static bool dump_routes(fetch_td &fetch, rib_interest &interest)
 {
     const rib_table *table = fetch.server.tables.find(interest.table);
     const bool empty = !table || interest.waits || (!interest.whole() && table->route_count(interest.source) == 0);
-    for (auto place = empty ? rib_table::tree_td::const_iterator() : table->from(interest.dumped);
-         !empty && place != table->end(); ++place) {
+    for (auto place = empty ? rib_table::const_place_td() : table->from(interest.dumped); !empty && place != table->end();
+         ++place) {
         if (fetch.steps == 0)
             return false;
         --fetch.steps;

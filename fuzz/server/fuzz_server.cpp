@@ -127,7 +127,8 @@ void fuzz_server::fetch_all(size_t client)
 
 void fuzz_server::check_counts() const
 {
-    for (const auto &[id, table] : server_.tables) {
+    for (const auto &[id, entry] : server_.tables) {
+        const rib_table *const table = entry.get();
         std::array<uint32_t, RIB_PROTOID_COUNT> counts = {};
         size_t routes = 0;
         for (auto at = table->from({}); at != table->end(); ++at)
