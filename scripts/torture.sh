@@ -12,7 +12,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-# crash KILLS: every test runs, whatever another one found. A kill takes about four seconds.
+# crash KILLS: every test runs, whatever another one found. A kill takes about a second.
 crash() {
     local programs=(crash_test standby_test race_test storm_test) table=$PWD/build/dev/torture_table.txt program failed=0
     cmake --preset dev && cmake --build --preset dev -j "${JOBS:-$(nproc)}" --target ribctl "${programs[@]}"

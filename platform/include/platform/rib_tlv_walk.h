@@ -7,6 +7,7 @@
 
 #include <platform/rib_tlv.h>
 
+/* C as well as C++. NOLINTBEGIN(google-readability-casting) */
 static inline rib_tlv_t *rib_tlv_fetch_inline(uint8_t **cursor)
 {
     rib_tlv_t *record = (rib_tlv_t *)*cursor;
@@ -27,5 +28,6 @@ static inline void rib_tlv_handle_delim_inline(uint8_t **cursor)
     while (rib_tlv_strip_inline(cursor))
         ;
 }
+/* NOLINTEND(google-readability-casting) */
 
 #endif
