@@ -64,10 +64,8 @@ void bench_client::add_route(uint32_t route)
 
 int bench_client::send_full_batch(uint32_t routes)
 {
-    while (ipv6_rib_batch_buffer_route_fits(buffer_, 1)) {
-        add_route(number++ % routes);
-        ipv6_rib_batch_buffer_add_path(buffer_, 0, 0, &nexthop_, &nexthop_, 0, 0, 0);
-    }
+    while (ipv6_rib_batch_buffer_route_fits(buffer_, 1))
+        announce(number++ % routes);
     return ipv6_rib_batch_buffer_send(conn, buffer_, reply);
 }
 

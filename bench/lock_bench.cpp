@@ -13,13 +13,8 @@ rib_client_struct connections[2];
 
 void prepare(const benchmark::State &)
 {
-    for (rib_client_struct &conn : connections) {
-        pthread_mutexattr_t attributes;
-        pthread_mutexattr_init(&attributes);
-        pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
-        pthread_mutex_init(&conn.lock, &attributes);
-        pthread_mutexattr_destroy(&attributes);
-    }
+    for (rib_client_struct &conn : connections)
+        rib_client_struct_init(&conn);
 }
 
 void take_by_hand(ip_rib_conn_p conn)

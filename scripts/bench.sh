@@ -33,7 +33,7 @@ jq -r '
         (if .ratio then (.ratio | digits | tostring) else "" end),
         (if .goal then "≤ \(.goal)" else "" end)
     ] | "| " + join(" | ") + " |"),
-    "", "\(.machine); \(.routes) routes."' "$json" >"$build/table.md"
+    "", "\(.machine); \(.routes) routes; \(.roads[0].rounds) rounds, fewer where a round takes long."' "$json" >"$build/table.md"
 sed -i -e '/^<!-- figures -->/,/^<!-- end -->/{//!d}' -e "/^<!-- figures -->/r $build/table.md" docs/performance.md
 
 jq -r '.roads[] | select(.ratio) | [.name, .ratio, .goal // "?"] | @tsv' "$json" >"$build/ratios.tsv"

@@ -61,10 +61,14 @@ rib_prefix_block *rib_prefix_blocks::covering(const rib_prefix &prefix) const
     return parts_[spot.part]->blocks[spot.at].get();
 }
 
+rib_prefix_block *rib_prefix_blocks::before(spot_td spot) const
+{
+    return spot.at != 0 ? parts_[spot.part]->blocks[spot.at - 1].get() : parts_[spot.part - 1]->blocks.back().get();
+}
+
 rib_prefix_block *rib_prefix_blocks::before(const rib_prefix_block &block) const
 {
-    const spot_td spot = find(block.from);
-    return spot.at != 0 ? parts_[spot.part]->blocks[spot.at - 1].get() : parts_[spot.part - 1]->blocks.back().get();
+    return before(find(block.from));
 }
 
 rib_prefix_block *rib_prefix_blocks::add(rib_prefix_block *block, const rib_prefix &from)
@@ -104,19 +108,20 @@ void rib_prefix_blocks::split(size_t part)
     parts_.insert(parts_.begin() + behind, std::move(fresh));
 }
 
-void rib_prefix_blocks::remove(rib_prefix_block *block)
+rib_prefix_block *rib_prefix_blocks::remove(rib_prefix_block *block)
 {
-    rib_prefix_block *previous = before(*block);
+    const spot_td spot = find(block->from);
+    rib_prefix_block *previous = before(spot);
     previous->until = block->until;
     previous->next = block->next;
-    const spot_td spot = find(block->from);
     part_td &part = *parts_[spot.part];
     part.highs.erase(part.highs.begin() + static_cast<ptrdiff_t>(spot.at));
     part.blocks.erase(part.blocks.begin() + static_cast<ptrdiff_t>(spot.at));
     if (!part.blocks.empty()) {
         highs_[spot.part] = part.highs.front();
-        return;
+        return previous;
     }
     highs_.erase(highs_.begin() + static_cast<ptrdiff_t>(spot.part));
     parts_.erase(parts_.begin() + static_cast<ptrdiff_t>(spot.part));
+    return previous;
 }

@@ -42,8 +42,8 @@ public:
     rib_prefix_block *before(const rib_prefix_block &block) const;
     /* A new block behind another one, which covers from now on what begins at the prefix. */
     rib_prefix_block *add(rib_prefix_block *block, const rib_prefix &from);
-    /* Takes a block away that is not the first; the one before covers what it covered. */
-    void remove(rib_prefix_block *block);
+    /* Takes a block away that is not the first. The one before, which is returned, covers what it covered. */
+    rib_prefix_block *remove(rib_prefix_block *block);
 
 private:
     static constexpr size_t part_room = 128;
@@ -57,6 +57,7 @@ private:
         size_t at;
     };
     spot_td find(const rib_prefix &prefix) const;
+    rib_prefix_block *before(spot_td spot) const;
     void split(size_t part);
 
     std::vector<uint64_t> highs_; /* those that stand first in the parts */

@@ -109,8 +109,7 @@ rib_prefix_map::iterator rib_prefix_map::erase(iterator where)
 
 void rib_prefix_map::remove(rib_prefix_block *block)
 {
-    near_ = blocks_.before(*block);
-    blocks_.remove(block);
+    near_ = blocks_.remove(block);
     ++removals_;
 }
 

@@ -10,14 +10,14 @@
 /* A SID list of the caller has more about each SID than travels. */
 static void copy_sid_list(uint8_t *to, const char *value)
 {
-    constexpr size_t head = 8, item = sizeof(srv6_sid_info_t), skipped = 8;
+    constexpr size_t function = offsetof(srv6_sid_list_t, sl_func);
     constexpr rib_attr_shape sent = rib_attr_shapes[RIB_ATTR_SID_LIST];
     std::memset(to, 0, sent.head);
     std::memcpy(to, value, sent.count_size);
-    std::memcpy(to + 4, value + 4, sizeof(uint32_t));
-    const char *from = value + head + skipped;
+    std::memcpy(to + function, value + function, sizeof(srv6_transit_func_type));
+    const char *from = value + offsetof(srv6_sid_list_t, sl_sid) + offsetof(srv6_sid_info_t, si_func);
     to += sent.head;
-    for (unsigned left = sent.count(value); left != 0; left--, to += sent.item, from += item)
+    for (unsigned left = sent.count(value); left != 0; left--, to += sent.item, from += sizeof(srv6_sid_info_t))
         std::memcpy(to, from, sent.item);
 }
 

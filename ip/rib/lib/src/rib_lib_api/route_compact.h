@@ -18,6 +18,7 @@
  */
 template <size_t from, size_t to, size_t... next> void rib_move_path_parts(rib_pathtype *slot, const rib_tlv_t *path)
 {
+    static_assert((to - from) % sizeof(uint16_t) == 0);
     auto *out = reinterpret_cast<uint8_t *>(slot);
     const auto *in = reinterpret_cast<const uint8_t *>(path + 1);
     size_t at = from;

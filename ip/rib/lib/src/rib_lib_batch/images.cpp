@@ -27,15 +27,14 @@ static void make_routes(rib_batch_images *images)
 
 static void make_paths(rib_batch_images *images)
 {
-    rib_batch_add_path_in *add = &images->open_add_path.rec;
+    rib_batch_add_path_in *add = &images->open_add_path.rec, *closed_add = &images->closed_add_path.rec;
     add->bapi_type = RIB_BATCH_REC_ADD_PATH;
     add->bapi_binding_label = RIB_LABEL_NONE;
-    images->closed_add_path = images->open_add_path;
+    *closed_add = *add; // its label is the caller's
     for (size_t i = 0; i < 3; i++)
         add->bapi_labels[i] = RIB_LABEL_NONE;
-    add = &images->closed_add_path.rec;
-    lbitmap_init(add->bapi_bitmap_head, path_bitmap_bits);
-    rib_to_net(add);
+    lbitmap_init(closed_add->bapi_bitmap_head, path_bitmap_bits);
+    rib_to_net(closed_add);
     rib_batch_del_path_in *del = &images->open_del_path.rec;
     del->bdpi_type = RIB_BATCH_REC_DEL_PATH;
     lbitmap_init(del->bdpi_bitmap, path_bitmap_bits);
