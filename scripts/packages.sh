@@ -7,7 +7,7 @@
 set -euo pipefail
 
 declare -A groups=(
-    [build]="cmake ninja-build g++ libboost-dev libabsl-dev libcli11-dev libfmt-dev nlohmann-json3-dev zlib1g-dev libbz2-dev"
+    [build]="cmake ninja-build g++ libboost-dev libabsl-dev libjemalloc-dev libcli11-dev libfmt-dev nlohmann-json3-dev zlib1g-dev libbz2-dev"
     [test]="libgtest-dev libgmock-dev libbenchmark-dev pkgconf abigail-tools valgrind"
     [clang]="clang-14 libclang-rt-14-dev"
     [bench]="libbenchmark-dev pkgconf libmnl-dev gnuplot-nox jq"

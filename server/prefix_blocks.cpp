@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "server/cache.h"
+
 constexpr rib_prefix BEHIND_ALL = {~uint64_t{0}, ~uint64_t{0}, UINT8_MAX};
 
 /* How many of the words, which are in order, are not higher. Branches would be taken or not by chance, so there are none. */
@@ -52,13 +54,16 @@ rib_prefix_blocks::spot_td rib_prefix_blocks::find(const rib_prefix &prefix) con
 {
     const size_t part = last_until(highs_, prefix, [&](size_t at) { return parts_[at]->blocks.front()->from; });
     const part_td &found = *parts_[part];
+    rib_fetch(found.highs);
     return {part, last_until(found.highs, prefix, [&](size_t at) { return found.blocks[at]->from; })};
 }
 
 rib_prefix_block *rib_prefix_blocks::covering(const rib_prefix &prefix) const
 {
     const spot_td spot = find(prefix);
-    return parts_[spot.part]->blocks[spot.at].get();
+    rib_prefix_block *block = parts_[spot.part]->blocks[spot.at].get();
+    rib_fetch(*block);
+    return block;
 }
 
 rib_prefix_block *rib_prefix_blocks::before(spot_td spot) const

@@ -37,6 +37,7 @@ public:
     rib_prefix_blocks();
 
     rib_prefix_block *first() const { return parts_.front()->blocks.front().get(); }
+    /* The block is still on its way from memory. */
     rib_prefix_block *covering(const rib_prefix &prefix) const;
     /* The one right before a block that is not the first. */
     rib_prefix_block *before(const rib_prefix_block &block) const;

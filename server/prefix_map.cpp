@@ -6,8 +6,9 @@
 #include <algorithm>
 #include <iterator>
 
+#include "server/cache.h"
+
 constexpr size_t ROOM = rib_prefix_block::room;
-constexpr size_t CACHE_LINE = 64;
 
 static size_t lower(const rib_prefix_block &block, const rib_prefix &prefix)
 {
@@ -113,13 +114,6 @@ void rib_prefix_map::remove(rib_prefix_block *block)
     ++removals_;
 }
 
-template <class object> static void fetch(const object *from)
-{
-    const char *bytes = reinterpret_cast<const char *>(from);
-    for (size_t at = 0; at < sizeof *from; at += CACHE_LINE)
-        __builtin_prefetch(bytes + at);
-}
-
 void rib_prefix_map::expect(const rib_prefix &prefix, hint_td *hint) const
 {
     hint->block = near_->covers(prefix) ? nullptr : blocks_.covering(prefix);
@@ -127,7 +121,6 @@ void rib_prefix_map::expect(const rib_prefix &prefix, hint_td *hint) const
         return;
     hint->prefix = prefix;
     hint->removals = removals_;
-    fetch(hint->block);
 }
 
 void rib_prefix_map::approach(hint_td *hint) const
@@ -137,7 +130,7 @@ void rib_prefix_map::approach(hint_td *hint) const
     const auto &entries = hint->block->entries;
     hint->at = lower(*hint->block, hint->prefix);
     if (hint->at != entries.size() && entries[hint->at].first == hint->prefix)
-        fetch(entries[hint->at].second.get());
+        rib_fetch(*entries[hint->at].second);
 }
 
 void rib_prefix_map::recall(const hint_td &hint)

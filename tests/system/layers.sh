@@ -20,6 +20,7 @@ may_include 'ip/rib/ipv6/src/*' 'ip/rib/ipv6/src/*' 'ip/rib/lib/src/*' 'include/
     'platform/include/platform/ipv6_addr.h' 'platform/include/platform/srv6*.h' c c++
 may_include 'platform/*' 'platform/*' 'boost/intrusive/*' c c++
 may_include 'server/main.cpp' 'server/*' 'platform/include/*' 'CLI/*' 'fmt/*' c c++
+may_include 'server/memory.cpp' 'jemalloc/*'
 may_include 'server/*' 'server/*' 'ip/rib/wire/*' 'include/ipv6_rib/*' 'platform/include/*' 'absl/*' 'fmt/*' c c++
 tool='tools/* include/ipv6_rib/* platform/include/platform/event.h platform/include/platform/rib_tlv.h platform/include/platform/srv6.h absl/* CLI/* fmt/* nlohmann/* zlib.h bzlib.h c c++'
 may_include 'tools/*demo*' "$tool" server/embed.h
@@ -37,7 +38,7 @@ resolve() {
         [[ ! -e $target ]] || return 0
     done
     case $2$3 in
-    ?boost/* | ?absl/* | ?CLI/* | ?fmt/* | ?nlohmann/* | ?gtest/* | ?gmock/* | ?benchmark/* | ?bzlib.h | ?zlib.h) target=$3 ;;
+    ?boost/* | ?absl/* | ?CLI/* | ?fmt/* | ?jemalloc/* | ?nlohmann/* | ?gtest/* | ?gmock/* | ?benchmark/* | ?bzlib.h | ?zlib.h) target=$3 ;;
     '<'*.h) target=c ;;
     '<'*[./]* | '"'*) target=$3 ;;
     *) target=c++ ;;
