@@ -18,6 +18,11 @@ add_compile_options(-Wall -Wextra -Wshadow -Wconversion -Wno-missing-field-initi
 if(IPV6_RIB_WERROR)
     add_compile_options(-Werror)
 endif()
+# Copies of known size are left to the C library, which has twice the speed of the string instructions that gcc writes in their
+# place.
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_SYSTEM_PROCESSOR STREQUAL x86_64)
+    add_compile_options(-mmemcpy-strategy=libcall:-1:noalign -mmemset-strategy=libcall:-1:noalign)
+endif()
 
 set(IPV6_RIB_SANITIZE "" CACHE STRING "Sanitizers for everything that is built, as -fsanitize= takes them")
 if(IPV6_RIB_SANITIZE)

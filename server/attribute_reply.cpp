@@ -71,14 +71,6 @@ uint32_t rib_path_attrs_measure(const rib_path &path)
     return len;
 }
 
-size_t rib_path_attrs_len(const rib_path_list &paths)
-{
-    size_t len = 0;
-    for (const rib_path &path : paths)
-        len += rib_path_attrs_len(path);
-    return len;
-}
-
 static void put(const void *bytes, size_t len, uint8_t **cursor)
 {
     std::memcpy(*cursor, bytes, len);
@@ -87,8 +79,6 @@ static void put(const void *bytes, size_t len, uint8_t **cursor)
 
 void rib_write_path_attrs(const rib_path &path, uint8_t **cursor)
 {
-    if (!path.extra)
-        return;
     tell_path(path, [&](uint16_t type, const void *value, size_t len) {
         rib_tlv_stamp(type, static_cast<uint16_t>(len), cursor, nullptr);
         put(value, len, cursor);
@@ -139,8 +129,6 @@ static items_td items_of(const rib_attr_set &set, rib_attr_type_t type)
 
 static void tell_route(const rib_route &route, absl::FunctionRef<void(rib_tlv_type_t, const items_td &)> told)
 {
-    if (!route.attrs)
-        return;
     const rib_attr_set set(route.attrs->data(), route.attrs->size());
     for (const auto &[entry, record] : route_records)
         if (set.has(entry))

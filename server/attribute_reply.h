@@ -16,9 +16,16 @@ inline size_t rib_path_attrs_len(const rib_path &path)
 {
     return path.extra ? path.extra->records_len : 0;
 }
-size_t rib_path_attrs_len(const rib_path_list &paths);
+inline size_t rib_path_attrs_len(const rib_path_list &paths)
+{
+    size_t len = 0;
+    for (const rib_path &path : paths)
+        len += rib_path_attrs_len(path);
+    return len;
+}
+/* Of a route that has attributes of its own. */
 size_t rib_route_attrs_len(const rib_route &route);
 
-/* Write the records without a delimiter and move the cursor behind them. */
+/* Write the records of a path that has an extra, of a route that has attributes, without a delimiter; the cursor moves on. */
 void rib_write_path_attrs(const rib_path &path, uint8_t **cursor);
 void rib_write_route_attrs(const rib_route &route, uint8_t **cursor);

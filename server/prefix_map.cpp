@@ -6,8 +6,6 @@
 #include <algorithm>
 #include <iterator>
 
-#include "server/cache.h"
-
 constexpr size_t ROOM = rib_prefix_block::room;
 
 static size_t lower(const rib_prefix_block &block, const rib_prefix &prefix)

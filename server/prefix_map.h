@@ -6,6 +6,7 @@
  */
 #pragma once
 
+#include "server/cache.h"
 #include "server/prefix_blocks.h"
 
 class rib_prefix_map
@@ -17,11 +18,17 @@ class rib_prefix_map
 
         value_td &operator*() const { return block_->entries[at_]; }
         value_td *operator->() const { return &**this; }
-        place_td &operator++() { return *this = place_td(block_, at_ + 1); }
+        place_td &operator++()
+        {
+            if (at_ + ahead < block_->entries.size())
+                rib_fetch(*block_->entries[at_ + ahead].second);
+            return *this = place_td(block_, at_ + 1);
+        }
         bool operator==(const place_td &) const = default;
 
     private:
         friend class rib_prefix_map;
+        static constexpr size_t ahead = 4; /* routes that a walk has fetched early */
         /* One behind the last entry of its block is the first one of the next. */
         place_td(rib_prefix_block *block, size_t at) : block_(block), at_(at)
         {

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <new>
 
-#include <platform/rib_tlv.h>
+#include <platform/rib_tlv_inline.h>
 
 #include "ip/rib/wire/batch_records.h"
 #include "ip/rib/wire/route_record.h"
@@ -27,7 +27,9 @@ size_t rib_route_record_len(const rib_route &route, rib_route_detail detail)
 {
     const size_t advertisers = route.advertisers ? RIB_TLV_HEADER + advertisers_len(route) : 0;
     const size_t plain = RIB_TLV_HEADER + RIB_ROUTE_FIXED + route.paths.size() * PATH_RECORD + advertisers + RIB_TLV_HEADER;
-    return detail == rib_route_detail::plain ? plain : plain + rib_path_attrs_len(route.paths) + rib_route_attrs_len(route);
+    if (detail == rib_route_detail::plain)
+        return plain;
+    return plain + rib_path_attrs_len(route.paths) + (route.attrs ? rib_route_attrs_len(route) : 0);
 }
 
 uint8_t rib_route_state(const rib_route &route, const rib_route *best, const rib_protocol &owner)
@@ -39,7 +41,7 @@ uint8_t rib_route_state(const rib_route &route, const rib_route *best, const rib
 
 static void write_path(const rib_path &path, uint8_t **cursor, rib_route_detail detail)
 {
-    rib_tlv_stamp(RIB_TLV_ROUTE_PATH, sizeof(rib_pathtype), cursor, nullptr);
+    rib_tlv_stamp_inline(RIB_TLV_ROUTE_PATH, sizeof(rib_pathtype), cursor, nullptr);
     auto *out = new (*cursor) rib_pathtype{};
     out->path_interface = path.id.interface;
     out->path_nexthop_table = path.id.nexthop_table;
@@ -57,15 +59,15 @@ static void write_path(const rib_path &path, uint8_t **cursor, rib_route_detail 
     out->path_u16_82 = static_cast<uint16_t>(path.flags);
     rib_pathtype_net::swap(out);
     *cursor += sizeof *out;
-    if (detail == rib_route_detail::whole)
+    if (path.extra && detail == rib_route_detail::whole)
         rib_write_path_attrs(path, cursor);
-    rib_tlv_stamp(0, 0, cursor, nullptr);
+    rib_tlv_stamp_inline(0, 0, cursor, nullptr);
 }
 
 /* Count and identifiers are in the byte order of the host, as clients read them. */
 static void write_advertisers(const rib_route &route, uint8_t **cursor)
 {
-    rib_tlv_stamp(RIB_TLV_ROUTE_ADVERTISERS, static_cast<uint16_t>(advertisers_len(route)), cursor, nullptr);
+    rib_tlv_stamp_inline(RIB_TLV_ROUTE_ADVERTISERS, static_cast<uint16_t>(advertisers_len(route)), cursor, nullptr);
     rib_store(*cursor, static_cast<uint32_t>(route.advertisers->count()));
     *cursor += sizeof(uint32_t);
     for (rib_protoid_td id = 0; id != RIB_PROTOID_COUNT; ++id) {
@@ -79,7 +81,7 @@ static void write_advertisers(const rib_route &route, uint8_t **cursor)
 void rib_write_route_head(rib_tableid_td table, const rib_table::entry_td &entry, const rib_route &route,
                           const rib_protocol &owner, uint8_t **cursor)
 {
-    rib_tlv_stamp(RIB_TLV_ROUTE, RIB_ROUTE_FIXED, cursor, nullptr);
+    rib_tlv_stamp_inline(RIB_TLV_ROUTE, RIB_ROUTE_FIXED, cursor, nullptr);
     std::memset(*cursor, 0, RIB_ROUTE_FIXED);
     /* Only the fixed part of the record is there: its fields are written, the record as a whole is not. */
     auto *out = reinterpret_cast<rib_routetype *>(*cursor);
@@ -110,7 +112,7 @@ void rib_write_route(rib_tableid_td table, const rib_table::entry_td &entry, con
         write_path(path, cursor, detail);
     if (route.advertisers)
         write_advertisers(route, cursor);
-    if (detail == rib_route_detail::whole)
+    if (route.attrs && detail == rib_route_detail::whole)
         rib_write_route_attrs(route, cursor);
-    rib_tlv_stamp(0, 0, cursor, nullptr);
+    rib_tlv_stamp_inline(0, 0, cursor, nullptr);
 }

@@ -44,7 +44,7 @@ void rib_update_writer::close()
     message_ = nullptr;
 }
 
-/* Makes the open message take len more bytes, or opens another one. */
+/* Makes the open message take len more bytes, or opens another one. Only messages of format 0 fill up. */
 void rib_update_writer::go_on(uint16_t type, rib_tableid_td word, size_t len)
 {
     const bool same = message_ && type_ == type && word_ == word;
@@ -55,9 +55,13 @@ void rib_update_writer::go_on(uint16_t type, rib_tableid_td word, size_t len)
 void rib_update_writer::route(rib_tableid_td table, const rib_table::entry_td &entry, const rib_route &route,
                               const rib_protocol &owner)
 {
-    const bool fits = format_ != 0 || sizeof(rib_update_v0_td) + rib_route_record_len(route) <= V0_MESSAGE_MAX;
-    const rib_route_detail detail = fits ? rib_route_detail::whole : rib_route_detail::plain;
-    go_on(RIB_UPD_ROUTES, table, rib_route_record_len(route, detail));
+    rib_route_detail detail = rib_route_detail::whole;
+    size_t len = format_ == 0 ? rib_route_record_len(route, detail) : 0;
+    if (sizeof(rib_update_v0_td) + len > V0_MESSAGE_MAX) {
+        detail = rib_route_detail::plain;
+        len = rib_route_record_len(route, detail);
+    }
+    go_on(RIB_UPD_ROUTES, table, len);
     rib_write_route(table, entry, route, owner, &cursor_, detail);
 }
 

@@ -1,7 +1,7 @@
 /*
  * RIB TLV service. Records stand at any address, so a header moves through a local copy.
  */
-#include <platform/rib_tlv_walk.h>
+#include <platform/rib_tlv_inline.h>
 
 #include <arpa/inet.h>
 #include <cstring>
@@ -10,15 +10,7 @@ static_assert(sizeof(rib_tlv_t) == RIB_TLV_HEADER && offsetof(rib_tlv_t, type) =
 
 int rib_tlv_stamp(uint16_t type, uint16_t length, uint8_t **cursor, size_t *room)
 {
-    const size_t needed = RIB_TLV_HEADER + size_t{length};
-    if (room && *room < needed)
-        return 0;
-    const rib_tlv_t header = {{}, htons(type), htons(length)};
-    memcpy(*cursor, &header, sizeof header);
-    *cursor += sizeof header;
-    if (room)
-        *room -= needed;
-    return 1;
+    return rib_tlv_stamp_inline(type, length, cursor, room);
 }
 
 rib_tlv_t *rib_tlv_fetch(uint8_t **cursor)

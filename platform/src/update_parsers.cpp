@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include <platform/rib_tlv_walk.h>
+#include <platform/rib_tlv_inline.h>
 
 constexpr uint16_t tlv_delimiter = 0;
 constexpr uint16_t tlv_route_path = 4;

@@ -6,7 +6,7 @@
  */
 #pragma once
 
-#include <platform/rib_tlv_walk.h>
+#include <platform/rib_tlv_inline.h>
 
 #include "ip/rib/wire/route_record.h"
 #include "messages.h"
