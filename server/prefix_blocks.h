@@ -20,7 +20,7 @@ using rib_prefix_entry = std::pair<rib_prefix, rib_route_ptr>;
 
 /* Its entries are not before from and are before until. */
 struct rib_prefix_block {
-    static constexpr size_t room = 48;
+    static constexpr size_t room = 30;
 
     rib_prefix from;
     rib_prefix until;
