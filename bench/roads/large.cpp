@@ -20,6 +20,7 @@ void take(bench_run &run, const char *order, std::vector<uint32_t> (*routes)(uin
               .bound_name = fmt::format("{} routes", small.size()),
               .bound = [&] { return load_fresh(run.options, small); },
               .goal = 1.5,
+              .routes = run.options.large_routes,
               .most_rounds = few_rounds});
 }
 } // namespace

@@ -3,10 +3,12 @@
  */
 #include "machine.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <sched.h>
 #include <stdexcept>
+#include <sys/mman.h>
 #include <sys/utsname.h>
 #include <system_error>
 #include <thread>
@@ -86,6 +88,18 @@ size_t resident_bytes(pid_t process)
         if (size_t kib; word == "Rss:" && rollup >> kib)
             return kib * 1024;
     throw std::runtime_error("the memory of process " + std::to_string(process) + " cannot be read");
+}
+
+void ready_memory(size_t bytes)
+{
+    const auto page_bytes = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    bytes = std::min(bytes, static_cast<size_t>(sysconf(_SC_AVPHYS_PAGES)) * page_bytes / 2);
+    void *memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED)
+        throw std::system_error(errno, std::generic_category(), "mmap");
+    madvise(memory, bytes, MADV_HUGEPAGE);
+    madvise(memory, bytes, MADV_POPULATE_WRITE);
+    munmap(memory, bytes);
 }
 
 std::string machine_name()

@@ -28,6 +28,7 @@ struct road {
     std::string bound_name = "";
     std::function<sample()> bound = nullptr; /* none: the goal is for the figure itself */
     double goal = 0;                         /* most that figure / bound should be; 0 for none */
+    uint32_t routes = 0;                     /* in its table; 0 for as many as the options say */
     unsigned most_rounds = UINT32_MAX;
 };
 
